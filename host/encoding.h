@@ -1,0 +1,129 @@
+// Host encoding types: items, encoding sets, lists of sets, missing values and
+// encoders (raw value to category code and back).
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "host/variant.h"
+
+namespace mdt_800 {
+
+// One value, or one end of a range, with its inclusive flag. An end that is a
+// double infinity is an unbounded end.
+class EncodingItem {
+ public:
+  EncodingItem(Variant const& value, bool inclusive);
+  EncodingItem(EncodingItem const& other);
+  EncodingItem& operator=(EncodingItem const& other);
+  virtual ~EncodingItem();
+
+  Variant const& GetValue() const;
+  bool IsInclusive() const;
+  void SetInclusive(bool inclusive);
+  // True for an unbounded end (minus or plus infinity).
+  bool IsInfinity() const;
+
+ private:
+  Variant fnValue;
+  bool fnInclusive;
+};
+
+// A set of values that one category code stands for.
+class EncodingSet {
+ public:
+  virtual ~EncodingSet();
+  // The items in stored order, as a new vector.
+  virtual std::vector<EncodingItem> GetItems() const = 0;
+  // A new copy of the set of the same dynamic type; owned by the caller.
+  virtual EncodingSet* Clone() const = 0;
+
+ protected:
+  EncodingSet();
+  EncodingSet(EncodingSet const& other);
+};
+
+// A set of single values.
+class DiscreteValues : public EncodingSet {
+ public:
+  DiscreteValues();
+  DiscreteValues(DiscreteValues const& other);
+  ~DiscreteValues() override;
+  std::vector<EncodingItem> GetItems() const override;
+  EncodingSet* Clone() const override;
+  void AddItem(EncodingItem const& item);  // appends a copy
+
+ private:
+  std::vector<EncodingItem> fnItems;
+};
+
+// A range: item 0 is the lower end, item 1 the upper end. An unbounded side is
+// an infinity item.
+class Interval : public EncodingSet {
+ public:
+  Interval(EncodingItem const& lower, EncodingItem const& upper);
+  Interval(Interval const& other);
+  ~Interval() override;
+  std::vector<EncodingItem> GetItems() const override;
+  EncodingSet* Clone() const override;
+
+ private:
+  EncodingItem fnLower;
+  EncodingItem fnUpper;
+};
+
+// An owning list of encoding sets, copied deeply.
+class EncodingSets {
+ public:
+  EncodingSets();
+  EncodingSets(EncodingSets const& other);
+  EncodingSets(EncodingSets&& other) noexcept;
+  EncodingSets& operator=(EncodingSets const& other);
+  ~EncodingSets();
+
+  void AddEncodingSet(EncodingSet const& set);  // appends a copy
+  // The sets in stored order, owned by the list.
+  std::vector<std::unique_ptr<EncodingSet>> const& GetEncodingSetList() const;
+  // A new copy of the first set of kind Interval, or null; owned by the caller.
+  Interval* GetFirstInterval() const;
+  // A new copy of the first item value of the first DiscreteValues set, or
+  // null; owned by the caller.
+  Variant* GetFirstValue() const;
+
+ private:
+  std::vector<std::unique_ptr<EncodingSet>> fnSets;
+};
+
+// A variable's user-missing values: DiscreteValues sets and Interval ranges.
+class MissingValues {
+ public:
+  explicit MissingValues(EncodingSets const& sets);
+  ~MissingValues();
+  EncodingSets const* GetEncodingSets() const;
+
+ private:
+  EncodingSets fnSets;
+};
+
+// Turns a raw value into the number that the tree's split rules see, and a
+// code back into the values that it stands for.
+class Encoder {
+ public:
+  // The code of a raw value; system-missing for a value without content, a
+  // user-missing value, or a category the encoder does not know.
+  virtual double Encode(Variant const& value) const = 0;
+  // The value or values that a code stands for; empty for an unknown code.
+  virtual EncodingSets Decode(double code) const = 0;
+  // The user-missing values, or null when there are none. Owned by the encoder.
+  virtual MissingValues const* GetMissingValues() const = 0;
+  virtual ~Encoder();
+};
+
+// An encoder over a finite set of category codes.
+class MapEncoder : public Encoder {
+ public:
+  // Every category code, ascending.
+  virtual std::vector<int> EncodedValues() const = 0;
+};
+
+}  // namespace mdt_800

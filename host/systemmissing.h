@@ -1,0 +1,4 @@
+// The host's system-missing number.
+#pragma once
+
+double systemMissingValue();
