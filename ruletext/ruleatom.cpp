@@ -1,0 +1,7 @@
+#include "ruletext/ruleatom.h"
+
+namespace TreeOut_800 {
+
+RuleAtom::~RuleAtom() {}
+
+}  // namespace TreeOut_800
