@@ -1,0 +1,30 @@
+#include "refhost/tree.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace refhost {
+
+TreeNode* Tree::AddNode(unsigned int id) {
+  if (fnById.count(id) != 0) {
+    throw std::invalid_argument("duplicate node id " + std::to_string(id));
+  }
+  fnNodes.push_back(std::make_unique<TreeNode>(id));
+  TreeNode* node = fnNodes.back().get();
+  fnById.emplace(id, node);
+  if (fnRoot == nullptr) fnRoot = node;
+  return node;
+}
+
+void Tree::SetRoot(TreeNode* root) { fnRoot = root; }
+
+tree_800::Node const* Tree::GetRoot() const { return fnRoot; }
+
+tree_800::Node const* Tree::GetNode(unsigned int id) const { return Find(id); }
+
+TreeNode const* Tree::Find(unsigned int id) const {
+  auto const found = fnById.find(id);
+  return found == fnById.end() ? nullptr : found->second;
+}
+
+}  // namespace refhost
