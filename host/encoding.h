@@ -52,6 +52,8 @@ class DiscreteValues : public EncodingSet {
   std::vector<EncodingItem> GetItems() const override;
   EncodingSet* Clone() const override;
   void AddItem(EncodingItem const& item);  // appends a copy
+  // The items in stored order, owned by the set (no copy).
+  std::vector<EncodingItem> const& GetItemList() const;
 
  private:
   std::vector<EncodingItem> fnItems;

@@ -8,7 +8,8 @@
 namespace tree_800 {
 
 // Class statistics of a node: the predicted target code and a probability per
-// code.
+// code. probabilityByCode[i] is the probability of code i + 1 (target codes
+// count from 1, as a map encoder's do).
 class ClassStatistics {
  public:
   ClassStatistics(int predictedCategory, std::vector<double> probabilityByCode);
