@@ -1,0 +1,80 @@
+#include "hosttestutil.h"
+
+#include <utility>
+
+#include "refhost/categoryencoder.h"
+#include "refhost/numericencoder.h"
+
+namespace translatetest {
+
+TreeOut_800::RuleExportOptions Options(int dialect, int edgeMode) {
+  TreeOut_800::RuleExportOptions options;
+  options.fnDialect = dialect;
+  options.fnEdgeMode = edgeMode;
+  return options;
+}
+
+mdt_800::EncodingSets Single(mdt_800::Variant const& value) {
+  mdt_800::DiscreteValues values;
+  values.AddItem(mdt_800::EncodingItem(value, true));
+  mdt_800::EncodingSets sets;
+  sets.AddEncodingSet(values);
+  return sets;
+}
+
+mdt_800::EncodingSets Range(double lower, bool lowerIncluded, double upper, bool upperIncluded) {
+  mdt_800::EncodingSets sets;
+  sets.AddEncodingSet(
+      mdt_800::Interval(mdt_800::EncodingItem(mdt_800::Variant(lower), lowerIncluded),
+                        mdt_800::EncodingItem(mdt_800::Variant(upper), upperIncluded)));
+  return sets;
+}
+
+std::unique_ptr<mdt_800::MissingValues> Missing(
+    std::vector<mdt_800::Variant> const& values,
+    std::vector<std::pair<double, double>> const& ranges) {
+  mdt_800::EncodingSets sets;
+  if (!values.empty()) {
+    mdt_800::DiscreteValues discrete;
+    for (auto const& value : values) discrete.AddItem(mdt_800::EncodingItem(value, true));
+    sets.AddEncodingSet(discrete);
+  }
+  for (auto const& range : ranges) {
+    sets.AddEncodingSet(
+        mdt_800::Interval(mdt_800::EncodingItem(mdt_800::Variant(range.first), true),
+                          mdt_800::EncodingItem(mdt_800::Variant(range.second), true)));
+  }
+  return std::make_unique<mdt_800::MissingValues>(sets);
+}
+
+std::unique_ptr<mdt_800::Encoder> CodeEncoder(std::vector<mdt_800::EncodingSets> setsByCode,
+                                              std::unique_ptr<mdt_800::MissingValues> missing) {
+  return std::make_unique<refhost::CategoryEncoder>(std::move(setsByCode), std::move(missing));
+}
+
+std::unique_ptr<mdt_800::Encoder> NumberEncoder(std::unique_ptr<mdt_800::MissingValues> missing) {
+  return std::make_unique<refhost::NumericEncoder>(std::move(missing));
+}
+
+Host::Host() = default;
+Host::~Host() = default;
+
+int Host::Add(mdt_800::Variable variable, std::unique_ptr<mdt_800::Encoder> encoder) {
+  return fnMetadata.AddVariable(std::move(variable), std::move(encoder));
+}
+
+mdt_800::Variable const& Host::Var(int index) const { return fnMetadata.GetVariables()[index]; }
+
+TreeOut_800::RuleExportManager Host::Manager() const {
+  return TreeOut_800::RuleExportManager(nullptr, &fnMetadata);
+}
+
+mdt_800::Variable Numeric(std::string name, int level) {
+  return mdt_800::Variable(std::move(name), mdt_800::Variable::STORAGE_NUMERIC, level);
+}
+
+mdt_800::Variable Text(std::string name, int level) {
+  return mdt_800::Variable(std::move(name), mdt_800::Variable::STORAGE_STRING, level);
+}
+
+}  // namespace translatetest

@@ -1,0 +1,251 @@
+// Variable and value texts: names and labels with the VELD prefixes, values
+// of every type in each dialect, comparisons and intervals.
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "hosttestutil.h"
+#include "refhost/dates.h"
+#include "ruletext/ruleconnectoreq.h"
+#include "translate/ruleexportmanager.h"
+
+namespace {
+
+using namespace TreeOut_800;
+using mdt_800::Variant;
+using translatetest::Host;
+using translatetest::Options;
+
+std::uint64_t Bits(double x) {
+  std::uint64_t bits;
+  std::memcpy(&bits, &x, sizeof bits);
+  return bits;
+}
+
+TEST(Render, LowValueIsTheDoubleAboveLowest) {
+  Host host;
+  EXPECT_EQ(Bits(host.Manager().GetLowValue()), 0xFFEFFFFFFFFFFFFEULL);
+  EXPECT_EQ(host.Manager().GetLowValue(), std::nextafter(-DBL_MAX, 0.0));
+}
+
+// The three variables every value case may use.
+enum Kind { kNumber, kDate, kString };
+
+struct Fixture {
+  Host host;
+  int number, date, string;
+  Fixture() {
+    number = host.Add(translatetest::Numeric("num"));
+    mdt_800::Variable day = translatetest::Numeric("day");
+    day.SetDate(true);
+    date = host.Add(day);
+    string = host.Add(translatetest::Text("str"));
+  }
+  int Index(Kind kind) const { return kind == kNumber ? number : kind == kDate ? date : string; }
+};
+
+struct ValueCase {
+  const char* name;
+  Kind kind;
+  Variant value;
+  const char* label;
+  int dialect;
+  int useValueLabels;
+  int numberFormat;
+  const char* expected;
+};
+
+const double kUnixEpoch = refhost::kUnixEpochDateNumber;  // 1970-01-01 as a date number
+
+TEST(Render, ValueTextInEachDialect) {
+  const double low = std::nextafter(-DBL_MAX, 0.0);
+  const ValueCase kCases[] = {
+      {"double sql", kNumber, Variant(10.0), "", DIALECT_SQL, 0, 0, "10"},
+      {"double veld", kNumber, Variant(10.0), "", DIALECT_VELD, 0, 0, "10"},
+      {"double generic", kNumber, Variant(10.0), "", DIALECT_GENERIC, 0, 0, "10"},
+      {"DBL_MAX veld replaced", kNumber, Variant(DBL_MAX), "", DIALECT_VELD, 0, 0,
+       "1.797693134862316e+307"},
+      {"DBL_MAX sql kept", kNumber, Variant(DBL_MAX), "", DIALECT_SQL, 0, 0,
+       "1.797693134862316e+308"},
+      {"DBL_MAX generic kept", kNumber, Variant(DBL_MAX), "", DIALECT_GENERIC, 0, 1,
+       "1.7976931348623157e+308"},
+      {"low value veld replaced", kNumber, Variant(low), "", DIALECT_VELD, 0, 0,
+       "-1.797693134862316e+307"},
+      {"low value sql kept", kNumber, Variant(low), "", DIALECT_SQL, 0, 1,
+       "-1.7976931348623155e+308"},
+      {"-DBL_MAX veld kept", kNumber, Variant(-DBL_MAX), "", DIALECT_VELD, 0, 1,
+       "-1.7976931348623157e+308"},
+      {"exact format", kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 1, "0.30000000000000004"},
+      {"16g format", kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 0, "0.3"},
+      {"integer sql", kNumber, Variant(3L), "", DIALECT_SQL, 0, 0, "3"},
+      {"integer veld", kNumber, Variant(3L), "", DIALECT_VELD, 0, 0, "3"},
+      {"integer generic", kNumber, Variant(-3L), "", DIALECT_GENERIC, 0, 0, "-3"},
+      {"string sql", kString, Variant("abc"), "", DIALECT_SQL, 0, 0, "'abc'"},
+      {"string veld", kString, Variant("abc"), "", DIALECT_VELD, 0, 0, "\"abc\""},
+      {"string generic", kString, Variant("abc"), "", DIALECT_GENERIC, 0, 0, "\"abc\""},
+      {"apostrophe not escaped", kString, Variant("O'Brien"), "", DIALECT_SQL, 0, 0, "'O'Brien'"},
+      {"double quote not escaped", kString, Variant("a\"b"), "", DIALECT_VELD, 0, 0, "\"a\"b\""},
+      {"label sql", kNumber, Variant(1.0), "Male", DIALECT_SQL, 1, 0, "'Male'"},
+      {"label veld", kNumber, Variant(1.0), "Male", DIALECT_VELD, 1, 0, "\"Male\""},
+      {"label generic", kNumber, Variant(1.0), "Male", DIALECT_GENERIC, 1, 0, "\"Male\""},
+      {"label of a string", kString, Variant("m"), "Male", DIALECT_SQL, 1, 0, "'Male'"},
+      {"label with blanks", kNumber, Variant(1.0), "Not known", DIALECT_SQL, 1, 0, "'Not known'"},
+      {"labels off", kNumber, Variant(1.0), "Male", DIALECT_SQL, 0, 0, "1"},
+      {"empty label", kNumber, Variant(1.0), "", DIALECT_SQL, 1, 0, "1"},
+      {"date sql", kDate, Variant(kUnixEpoch), "", DIALECT_SQL, 0, 0, "'1970-01-01'"},
+      {"date generic", kDate, Variant(kUnixEpoch + 3661), "", DIALECT_GENERIC, 0, 0,
+       "'1970-01-01 01:01:01'"},
+      {"date veld plain number", kDate, Variant(kUnixEpoch), "", DIALECT_VELD, 0, 0, "12219379200"},
+      {"date, unknown dialect", kDate, Variant(kUnixEpoch), "", 5, 0, 0, "'12219379200'"},
+      {"integer date is no date", kDate, Variant(7L), "", DIALECT_SQL, 0, 0, "7"},
+      {"no value", kNumber, Variant(), "", DIALECT_SQL, 0, 0, ""},
+      {"no value, veld", kNumber, Variant(), "", DIALECT_VELD, 0, 0, ""},
+  };
+  Fixture f;
+  const RuleExportManager manager = f.host.Manager();
+  for (const ValueCase& c : kCases) {
+    RuleExportOptions options = Options(c.dialect);
+    options.fnUseValueLabels = c.useValueLabels;
+    options.fnNumberFormat = c.numberFormat;
+    EXPECT_EQ(manager.ExportValue(f.host.Var(f.Index(c.kind)), c.value, c.label, options),
+              c.expected)
+        << c.name;
+  }
+}
+
+// The VELD replacements are the exact doubles +-DBL_MAX / 10, as read back
+// from the exact number text; the double just above the low value is kept.
+TEST(Render, VeldReplacementBitPatterns) {
+  Fixture f;
+  const RuleExportManager manager = f.host.Manager();
+  RuleExportOptions options = Options(DIALECT_VELD);
+  options.fnNumberFormat = 1;
+  const auto readBack = [&](double x) {
+    const std::string text = manager.ExportValue(f.host.Var(f.number), Variant(x), "", options);
+    return Bits(std::strtod(text.c_str(), nullptr));
+  };
+  EXPECT_EQ(readBack(DBL_MAX), 0x7FB9999999999999ULL);
+  EXPECT_EQ(readBack(manager.GetLowValue()), 0xFFB9999999999999ULL);
+  EXPECT_EQ(readBack(-DBL_MAX), Bits(-DBL_MAX));
+  const double aboveLow = std::nextafter(manager.GetLowValue(), 0.0);
+  EXPECT_EQ(readBack(aboveLow), Bits(aboveLow));
+  EXPECT_EQ(readBack(std::nextafter(DBL_MAX, 0.0)), Bits(std::nextafter(DBL_MAX, 0.0)));
+}
+
+struct NameCase {
+  const char* name;
+  bool string;
+  const char* label;
+  int useLabels;
+  int dialect;
+  int op;
+  const char* expected;
+};
+
+TEST(Render, PrefixedNames) {
+  const NameCase kCases[] = {
+      {"veld default", false, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "VALUE(age)"},
+      {"veld value", false, "", 0, DIALECT_VELD, PREFIX_VALUE, "VALUE(age)"},
+      {"veld sysmis", false, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {"veld missing", false, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
+      {"veld unknown op", false, "", 0, DIALECT_VELD, 9, "VALUE(age)"},
+      {"veld string default", true, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "age"},
+      {"veld string value", true, "", 0, DIALECT_VELD, PREFIX_VALUE, "age"},
+      {"veld string sysmis", true, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {"veld string missing", true, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
+      {"veld string unknown op", true, "", 0, DIALECT_VELD, -1, "VALUE(age)"},
+      {"sql sysmis", false, "", 0, DIALECT_SQL, PREFIX_SYSMIS, "age"},
+      {"generic missing", false, "", 0, DIALECT_GENERIC, PREFIX_MISSING, "age"},
+      {"unknown dialect", false, "", 0, 4, PREFIX_VALUE, "age"},
+      {"label in prefix", false, "Age in years", 1, DIALECT_VELD, PREFIX_VALUE,
+       "VALUE(Age in years)"},
+      {"label sql", false, "Age's \"years\"", 1, DIALECT_SQL, PREFIX_DEFAULT, "Age's \"years\""},
+      {"labels off", false, "Age in years", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {"labels on, none", false, "", 1, DIALECT_SQL, PREFIX_DEFAULT, "age"},
+  };
+  for (const NameCase& c : kCases) {
+    Host host;
+    mdt_800::Variable variable =
+        c.string ? translatetest::Text("age") : translatetest::Numeric("age");
+    variable.SetLabel(c.label);
+    const int index = host.Add(variable);
+    RuleExportOptions options = Options(c.dialect);
+    options.fnUseVariableLabels = c.useLabels;
+    EXPECT_EQ(host.Manager().ExportPrefixedName(host.Var(index), options,
+                                                static_cast<PrefixOperator>(c.op)),
+              c.expected)
+        << c.name;
+  }
+}
+
+TEST(Render, PairWritesTheValueLabelOfTheValue) {
+  Host host;
+  mdt_800::Variable region = translatetest::Numeric("region", mdt_800::Variable::LEVEL_NOMINAL);
+  region.AddValueLabel(Variant(1.0), "North");
+  const int index = host.Add(region);
+  RuleExportOptions options = Options(DIALECT_VELD);
+  options.fnUseValueLabels = 1;
+  const RuleExportManager manager = host.Manager();
+  EXPECT_EQ(
+      manager.ExportVariableValuePair(host.Var(index), options, RuleConnectorEQ::Export(options),
+                                      Variant(1.0), PREFIX_DEFAULT),
+      "VALUE(region) EQ \"North\"");
+  EXPECT_EQ(
+      manager.ExportVariableValuePair(host.Var(index), options, RuleConnectorEQ::Export(options),
+                                      Variant(2.0), PREFIX_SYSMIS),
+      "SYSMIS(region) EQ 2");
+}
+
+struct IntervalCase {
+  const char* name;
+  int dialect;
+  bool string;
+  bool leftBounded, leftOpen;
+  double left;
+  bool rightBounded, rightOpen;
+  double right;
+  const char* expected;
+};
+
+TEST(Render, IntervalTexts) {
+  const IntervalCase kCases[] = {
+      {"(10, 20] veld", DIALECT_VELD, false, true, true, 10, true, false, 20,
+       "VALUE(age) GT 10  AND  VALUE(age) LE 20"},
+      {"(10, 20] sql", DIALECT_SQL, false, true, true, 10, true, false, 20,
+       "age > 10  AND  age <= 20"},
+      {"(10, 20] generic", DIALECT_GENERIC, false, true, true, 10, true, false, 20,
+       "age > 10  AND  age <= 20"},
+      {"[10, inf) sql", DIALECT_SQL, false, true, false, 10, false, false, 20, "age >= 10"},
+      {"(-inf, 20) veld", DIALECT_VELD, false, false, false, 10, true, true, 20,
+       "VALUE(age) LT 20"},
+      {"unbounded", DIALECT_SQL, false, false, false, 10, false, false, 20, ""},
+      {"unbounded veld", DIALECT_VELD, false, false, true, 10, false, true, 20, ""},
+      {"[1, 4) string veld", DIALECT_VELD, true, true, false, 1, true, true, 4,
+       "age GE 1  AND  age LT 4"},
+  };
+  for (const IntervalCase& c : kCases) {
+    for (bool includeMissing : {false, true}) {
+      Host host;
+      const int index =
+          host.Add(c.string ? translatetest::Text("age") : translatetest::Numeric("age"));
+      Interval interval;
+      interval.SetLeftEnd(mdt_800::Value(Variant(c.left)));
+      interval.SetRightEnd(mdt_800::Value(Variant(c.right)));
+      interval.SetBoundedLeft(c.leftBounded);
+      interval.SetOpenLeft(c.leftOpen);
+      interval.SetBoundedRight(c.rightBounded);
+      interval.SetOpenRight(c.rightOpen);
+      EXPECT_EQ(host.Manager().ExportInterval(host.Var(index), Options(c.dialect), interval,
+                                              includeMissing),
+                c.expected)
+          << c.name << ", includeMissing " << includeMissing;
+    }
+  }
+}
+
+}  // namespace

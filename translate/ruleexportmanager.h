@@ -1,0 +1,95 @@
+// The split-rule translator: writes the condition under which one split rule
+// of the tree sends a record to a given child, in the dialect of the options.
+// It keeps the tree and the metadata's variable sequence, not owned; both must
+// outlive it. Everything it obtains from the host is released within the call
+// that obtained it; host exceptions pass through. All operations are const.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/encoding.h"
+#include "host/metadata.h"
+#include "host/node.h"
+#include "host/splitrule.h"
+#include "host/variant.h"
+#include "ruletext/ruleexportoptions.h"
+#include "translate/rulesinterval.h"
+
+namespace TreeOut_800 {
+
+class AttemptChain;
+
+// The function put in front of a variable in the VELD dialect.
+enum PrefixOperator {
+  PREFIX_DEFAULT = 0,  // "VALUE", none for a string variable
+  PREFIX_SYSMIS = 1,   // "SYSMIS"
+  PREFIX_MISSING = 2,  // "MISSING"
+  PREFIX_VALUE = 3     // as PREFIX_DEFAULT
+};
+
+// The role of a split rule in its attempt chain.
+enum ExportTargetFlag : int {
+  TARGET_OR_LINK = 0,    // the rule itself places the record
+  TARGET_AND_LINK = 1,   // the rule leaves the record to the later rules
+  TARGET_DUMB_RULE = 2,  // last rule, exported child is the default child
+  TARGET_NODE = 3        // last rule, any other child
+};
+
+// A list with one DiscreteValues set holding the single value `value`,
+// excluded: what a code of a variable without encoder stands for.
+mdt_800::EncodingSets GetEncodingSetList(double value);
+
+class RuleExportManager {
+ public:
+  // REQUIRES: `metadata` not null. Keeps `tree` and metadata->GetVariables().
+  RuleExportManager(const tree_800::TreeAlgorithmBase* tree,
+                    const mdt_800::ModelMetadata* metadata);
+
+  // The double just above -DBL_MAX, which VELD text writes as -DBL_MAX / 10.
+  double GetLowValue() const;
+
+  // Variables and values as text.
+  // The label when variable labels are on and the label is not empty, else
+  // the name; never quoted.
+  std::string Variable_Export(const mdt_800::Variable& variable,
+                              const RuleExportOptions& options) const;
+  // In VELD the variable text inside the function `op`; elsewhere the text.
+  std::string ExportPrefixedName(const mdt_800::Variable& variable,
+                                 const RuleExportOptions& options, PrefixOperator op) const;
+  // A value, or its non-empty label when value labels are on; strings and
+  // labels quoted by dialect, dates in single quotes outside VELD.
+  std::string ExportValue(const mdt_800::Variable& variable, const mdt_800::Variant& value,
+                          const std::string& valueLabel, const RuleExportOptions& options) const;
+  // Prefixed variable, `operatorText`, value text.
+  std::string ExportVariableValuePair(const mdt_800::Variable& variable,
+                                      const RuleExportOptions& options,
+                                      const std::string& operatorText,
+                                      const mdt_800::Variant& value, PrefixOperator op) const;
+  // The bounded ends of `interval` as comparisons joined by AND; empty when
+  // neither side is bounded. No brackets.
+  std::string ExportInterval(const mdt_800::Variable& variable, const RuleExportOptions& options,
+                             const Interval& interval, bool includeMissing) const;
+
+  // Value sets and encoding sets as intervals of variable values.
+  // The end of `codeInterval` that one side of an ordinal value set stands
+  // for. `bound` is not read.
+  mdt_800::EncodingItem DecodeOValueSetValue(const mdt_800::Interval& codeInterval, double bound,
+                                             bool open, bool lowerEnd) const;
+  // Sets both sides of `*interval` from `valueSet`, decoding its bounds
+  // through `encoder` when there is one.
+  void DecodeOValueSet(const tree_800::OValueSet& valueSet, const mdt_800::Encoder* encoder,
+                       Interval* interval) const;
+  // Sets `*interval` from a set whose items are a lower and an upper end.
+  void EncodingSetToInterval(const mdt_800::EncodingSet& set, Interval* interval) const;
+  // The values that `split` sends to `child`; (0, 0) when it sends none.
+  void BuildInterval(Interval* interval, const tree_800::SplitRule& split, int child) const;
+
+ private:
+  const mdt_800::Variable& Predictor(const tree_800::SplitRule& rule) const;
+
+  const tree_800::TreeAlgorithmBase* fnTree;
+  const std::vector<mdt_800::Variable>* fnVariables;
+};
+
+}  // namespace TreeOut_800
