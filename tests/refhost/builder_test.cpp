@@ -1,0 +1,305 @@
+// The builder: what it makes, and each malformed description it rejects with
+// a message that says what and where.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+#include "refhost/builder.h"
+#include "refhost/ordinalsplit.h"
+#include "refhost/shape.h"
+
+namespace {
+
+using refhost::Range;
+using refhost::Split;
+
+// age 0, region 1, income 2 (user-missing -1), risk 3 (the target).
+void Declare(refhost::ModelBuilder& b) {
+  b.Scale("age");
+  b.Nominal("region", {"north", "south", "east", "west"});
+  b.Scale("income").Missing({-1.0});
+  b.ClassTarget("risk", {"low", "high"});
+}
+
+std::string BuildError(std::function<void(refhost::ModelBuilder&)> const& describe) {
+  refhost::ModelBuilder b;
+  Declare(b);
+  describe(b);
+  try {
+    b.Build();
+  } catch (std::invalid_argument const& e) {
+    return e.what();
+  }
+  return "(built)";
+}
+
+TEST(ModelBuilder, RejectsMalformedDescriptions) {
+  using B = refhost::ModelBuilder&;
+  struct {
+    std::function<void(B)> describe;
+    char const* message;
+  } const cases[] = {
+      {[](B b) {
+         b.Node(3).SplitOrdinal(0, {30.0}).Children({4, 5}).Child(2, 6);
+       },
+       "node 3: child index 2 out of range (split has 2 children)"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(7, {1.0}).Children({1, 2});
+       },
+       "node 0: predictor 7 out of range (model has 4 variables)"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(-1, {1.0}).Children({1, 2});
+       },
+       "node 0: predictor -1 out of range (model has 4 variables)"},
+      {[](B b) {
+         b.Node(0).SplitNominal(1, {{"north"}, {"mars"}}).Children({1, 2});
+       },
+       "node 0: category 'mars' not declared for variable 'region'"},
+      {[](B b) {
+         b.Node(0).SplitNominal(1, {{"north"}, {2.0}}).Children({1, 2});
+       },
+       "node 0: category 2 not declared for variable 'region'"},
+      {[](B b) {
+         b.Node(0).SplitCodes(1, {{1}, {5}}).Children({1, 2});
+       },
+       "node 0: code 5 not declared for variable 'region'"},
+      {[](B b) {
+         b.Node(0).SplitNominal(1, {{"north"}, {"south", "north"}}).Children({1, 2});
+       },
+       "node 0: category 'north' sent to children 0 and 1"},
+      {[](B b) {
+         b.Node(0).Children({1, 2});
+         b.Node(1).Children({2});
+       },
+       "node 2: child of both node 0 and node 1"},
+      {[](B b) {
+         b.Node(0).Children({1, 1});
+       },
+       "node 1: child of node 0 twice"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).MissingChild(2);
+       },
+       "node 0: missing-value child 2 out of range (split has 2 children)"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).DefaultChild(3);
+       },
+       "node 0: default child 3 out of range (node has 2 children)"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {30.0, 40.0}).Children({1, 2});
+       },
+       "node 0: child 2 not given"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {40.0, 30.0}).Children({1, 2, 3});
+       },
+       "node 0: cut points not ascending"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).Surrogate(Split::Cuts(2, {1, 2}));
+       },
+       "node 0 surrogate 0: has 3 children, primary split 2"},
+      {[](B b) {
+         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).Surrogate(
+             Split::Nominal(1, {{"north"}, {"pluto"}}));
+       },
+       "node 0 surrogate 0: category 'pluto' not declared for variable 'region'"},
+      {[](B b) {
+         b.Node(0).SplitRanges(2, {Range::AtLeast(5), Range::Below(5)}).Children({1, 2});
+       },
+       "node 0: range 0 on encoded variable 'income' must be (a, b]"},
+      {[](B b) {
+         b.Node(0).Predict(3, {0.5, 0.5});
+       },
+       "node 0: predicted category 3 out of range (target has 2 categories)"},
+      {[](B b) {
+         b.Node(0).Predict(1, {0.5, 0.25, 0.25});
+       },
+       "node 0: 3 probabilities for 2 categories"},
+      {[](B b) { b.Node(0).PredictValue(2.5); },
+       "node 0: a predicted value needs a continuous target"},
+      {[](B b) {
+         b.Node(0);
+         b.Node(5);
+       },
+       "two roots: node 0 and node 5"},
+      {[](B b) {
+         b.Node(0).Children({1});
+         b.Node(1).Children({0});
+       },
+       "no root: every node is some node's child"},
+      {[](B b) {
+         b.Node(0).Children({1});
+         b.Node(2).Children({3});
+         b.Node(3).Children({2});
+       },
+       "node 2: not reachable from the root (cycle)"},
+      {[](B b) {
+         b.Node(0).Children({1, 2}).MissingChild(0);
+       },
+       "node 0: missing-value child without a split"},
+      {[](B b) {
+         b.Nominal("bad", {"a", 1.0});
+         b.Node(0);
+       },
+       "variable 'bad': categories mix numbers and strings"},
+      {[](B) {}, "no nodes"},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(BuildError(c.describe), c.message);
+  }
+}
+
+TEST(ShapeTree, RejectsDuplicatesAndStrayParents) {
+  struct {
+    std::vector<refhost::ShapeNode> nodes;
+    char const* message;
+  } const cases[] = {
+      {{{0, -1}, {1, 0}, {1, 0}}, "duplicate node id 1"},
+      {{{0, -1}, {2, 7}}, "node 2: parent 7 not in the list"},
+      {{{0, -1}, {1, -1}}, "two roots: node 0 and node 1"},
+  };
+  for (auto const& c : cases) {
+    try {
+      refhost::ShapeTree(c.nodes);
+      ADD_FAILURE() << "built: " << c.message;
+    } catch (std::invalid_argument const& e) {
+      EXPECT_STREQ(e.what(), c.message);
+    }
+  }
+}
+
+TEST(ShapeTree, KeepsChildOrderAndIds) {
+  refhost::Model const m = refhost::ShapeTree({{10, -1}, {7, 10}, {3, 10}, {8, 7}, {1, 10}});
+  EXPECT_EQ(m.Root()->GetId(), 10u);
+  ASSERT_EQ(m.Root()->GetNumChildren(), 3);
+  EXPECT_EQ(m.Root()->GetChild(0)->GetId(), 7u);
+  EXPECT_EQ(m.Root()->GetChild(1)->GetId(), 3u);
+  EXPECT_EQ(m.Root()->GetChild(2)->GetId(), 1u);
+  EXPECT_EQ(m.Find(8)->GetParent(), m.Find(7));
+  EXPECT_EQ(m.Find(8)->GetClassStatistics(0), nullptr);
+  EXPECT_EQ(m.Root()->GetNumSplitRules(), 0);
+}
+
+TEST(RandomShape, NumbersNodesInPrefixOrderAndRepeatsForASeed) {
+  for (unsigned int seed = 1; seed <= 20; ++seed) {
+    refhost::Model const m = refhost::RandomShape(60, seed, 4);
+    std::vector<unsigned int> ids;
+    for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
+      ids.push_back(node->GetId());
+      int const n = node->GetNumChildren();
+      EXPECT_TRUE(n == 0 || (n >= 2 && n <= 4)) << n;
+    }
+    ASSERT_GE(ids.size(), 59u);
+    ASSERT_LE(ids.size(), 60u);
+    for (std::size_t i = 0; i < ids.size(); ++i) ASSERT_EQ(ids[i], i);
+    EXPECT_EQ(refhost::RandomShape(60, seed, 4).GetTree().Size(), m.GetTree().Size());
+  }
+}
+
+TEST(ModelBuilder, MakesSplitsAndStatisticsAsDescribed) {
+  refhost::ModelBuilder b;
+  int age = b.Scale("age");
+  int region = b.Nominal("region", {"north", "south", "east"});
+  b.ClassTarget("risk", {"low", "high"});
+  b.Node(0).SplitOrdinal(age, {30.0, 60.0}).MissingChild(2).Children({1, 2, 3});
+  b.Node(1).SplitNominal(region, {{"east", "north"}, {"south"}}).Children({4, 5});
+  b.Node(4).Predict(2, {0.25, 0.75});
+  refhost::Model const m = b.Build();
+
+  auto const* ordinal = dynamic_cast<refhost::OrdinalSplit const*>(m.Root()->GetPrimary());
+  ASSERT_NE(ordinal, nullptr);
+  EXPECT_EQ(ordinal->GetMissingValueMapping(), 2);
+  auto const& ranges = ordinal->GetRanges();
+  ASSERT_EQ(ranges.size(), 3u);
+  // (-inf, 30], (30, 60], (60, +inf)
+  EXPECT_FALSE(ranges[0].hasLower);
+  EXPECT_TRUE(ranges[0].hasUpper && !ranges[0].upperOpen && ranges[0].upper == 30.0);
+  EXPECT_TRUE(ranges[1].lowerOpen && ranges[1].lower == 30.0 && !ranges[1].upperOpen);
+  EXPECT_TRUE(ranges[2].hasLower && ranges[2].lowerOpen && !ranges[2].hasUpper);
+
+  std::unique_ptr<tree_800::SplitRule> nominal(m.Find(1)->GetSplitRule(0));
+  ASSERT_NE(nominal, nullptr);
+  EXPECT_EQ(nominal->GetPredictorIndex(), region);
+  EXPECT_EQ(nominal->GetNumChildren(), 2);
+  EXPECT_EQ(nominal->GetMissingValueMapping(), -1);
+  std::unique_ptr<tree_800::ValueSet> set(nominal->GetMappedValues(0));
+  auto const* codes = dynamic_cast<tree_800::NValueSet const*>(set.get());
+  ASSERT_NE(codes, nullptr);
+  std::vector<int> seen;
+  std::unique_ptr<tree_800::ValueIterator> it(codes->GetIterator());
+  while (it->HasMore()) seen.push_back(it->Next());
+  EXPECT_EQ(seen, (std::vector<int>{3, 1}));  // in the order described
+
+  tree_800::ClassStatistics const* stats = m.Find(4)->GetClassStatistics(0);
+  ASSERT_NE(stats, nullptr);
+  EXPECT_EQ(stats->GetPredictedCategory(), 2);
+  EXPECT_EQ(stats->GetProbability(1), 0.25);
+  EXPECT_EQ(stats->GetProbability(2), 0.75);
+  EXPECT_EQ(stats->GetProbability(3), 0.0);
+  EXPECT_EQ(stats->GetProbability(0), 0.0);
+  EXPECT_EQ(m.Find(4)->GetValueStatistics(0), nullptr);
+  EXPECT_EQ(m.GetMetadata().GetTarget()->GetName(), "risk");
+}
+
+TEST(ModelBuilder, RegressionTargetAndValueStatistics) {
+  refhost::ModelBuilder b;
+  int x = b.Scale("x");
+  b.ContinuousTarget("y");
+  b.Node(0).SplitOrdinal(x, {0.0}).Children({1, 2});
+  b.Node(1).PredictValue(-3.5);
+  refhost::Model const m = b.Build();
+  ASSERT_NE(m.Find(1)->GetValueStatistics(0), nullptr);
+  EXPECT_EQ(m.Find(1)->GetValueStatistics(0)->GetPredictedValue(), -3.5);
+  EXPECT_EQ(m.Find(1)->GetClassStatistics(0), nullptr);
+  EXPECT_EQ(m.VariableIndex("y"), 1);
+  EXPECT_THROW(m.VariableIndex("z"), std::invalid_argument);
+}
+
+TEST(NSplitRule, KeepsTheLastChildOfACodeAndCountsChildren) {
+  tree_800::NSplitRule rule(2, 0);
+  EXPECT_EQ(rule.GetNumChildren(), 0);
+  rule.SetCatMapping(5, 0);
+  rule.SetCatMapping(7, 2);
+  rule.SetCatMapping(5, 1);
+  EXPECT_EQ(rule.GetNumChildren(), 3);
+  EXPECT_EQ(rule.ChildFor(5), 1);
+  EXPECT_EQ(rule.ChildFor(7), 2);
+  EXPECT_EQ(rule.ChildFor(6), -1);
+  EXPECT_EQ(rule.ChildFor(5.5), -1);
+  rule.SetNumChildren(5);
+  EXPECT_EQ(rule.GetNumChildren(), 5);
+  tree_800::SplitRule wrapped(rule);
+  EXPECT_EQ(wrapped.GetPredictorIndex(), 2);
+  std::unique_ptr<tree_800::ValueSet> empty(wrapped.GetMappedValues(0));
+  ASSERT_NE(empty, nullptr);
+  EXPECT_TRUE(empty->IsEmpty());
+  std::unique_ptr<tree_800::ValueSet> one(wrapped.GetMappedValues(1));
+  EXPECT_TRUE(one->Contains(5));
+  EXPECT_FALSE(one->Contains(7));
+  EXPECT_EQ(std::unique_ptr<tree_800::ValueSet>(wrapped.GetMappedValues(5)), nullptr);
+}
+
+TEST(RangeSet, ReportsAbsentEndsAsOpen) {
+  refhost::OrdinalSplit const split(
+      0, {Range::AtMost(1), Range::Between(1, true, 4, false), Range::Between(5, false, 5, true)},
+      -1);
+  struct {
+    int child;
+    bool hasLower, hasUpper, lowerOpen, upperOpen, empty;
+  } const cases[] = {{0, false, true, true, false, false},
+                     {1, true, true, true, false, false},
+                     {2, true, true, false, true, true}};
+  for (auto const& c : cases) {
+    std::unique_ptr<tree_800::ValueSet> set(split.GetMappedValues(c.child));
+    auto const* range = dynamic_cast<tree_800::OValueSet const*>(set.get());
+    ASSERT_NE(range, nullptr);
+    EXPECT_EQ(range->HasLowerBound(), c.hasLower) << c.child;
+    EXPECT_EQ(range->HasUpperBound(), c.hasUpper) << c.child;
+    EXPECT_EQ(range->IsLowerOpen(), c.lowerOpen) << c.child;
+    EXPECT_EQ(range->IsUpperOpen(), c.upperOpen) << c.child;
+    EXPECT_EQ(range->IsEmpty(), c.empty) << c.child;
+  }
+}
+
+}  // namespace
