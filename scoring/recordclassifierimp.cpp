@@ -12,9 +12,7 @@ double GetEncodedValue(mdt_800::Variant const& value, mdt_800::Encoder const* en
 
 RecordClassifierImp::RecordClassifierImp(tree_800::NodeImp const* root,
                                          mdt_800::ModelMetadata const* metadata)
-    : fnRoot(root),
-      fnMetadata(metadata),
-      fnValues(new double[metadata->GetVariables().size()]) {}
+    : fnRoot(root), fnMetadata(metadata), fnValues(new double[metadata->GetVariables().size()]) {}
 
 RecordClassifierImp::RecordClassifierImp(tree_800::NodeImp const* root,
                                          mdt_800::ModelMetadata const* metadata,
