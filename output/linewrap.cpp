@@ -1,0 +1,147 @@
+// Line wrapping of VELD text.
+//
+// The wrapper works on one writable, trimmed copy of the text and one line
+// buffer of width + 4 characters, reused for every line. Each line takes at
+// most maxLen = width - 3 characters of the text, after a prefix: nothing on
+// the first line, " " on later ones, " " and the quote on a line that
+// continues a string. Where the line ends is found by looking back from
+// maxLen for a break character:
+//   - break in front of it when the last non-blank character before it is
+//     not "." (and "*" or "/" is not glued to a preceding "*", "&" or "/");
+//   - else break after it, unless it is a blank or tab, stands at maxLen, or
+//     opens or closes one of the tokens "**", "*/", "/*";
+//   - with no break at all, cut at maxLen, moved back so that the next piece
+//     does not start with a quote character.
+// A line that ends inside a string gets the quote and "+" appended, so that
+// the pieces join into the same literal. Each line is trimmed and appended to
+// the result with a line feed.
+#include "output/linewrap.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace TreeOut_800 {
+
+namespace {
+
+// The characters VELDstrtrim cuts, and the quote characters.
+const std::string SEPARATORS = " \t\n";
+const std::string QUOTES = "\"'";
+
+struct FreeDeleter {
+  void operator()(char* p) const { std::free(p); }
+};
+using CBuffer = std::unique_ptr<char, FreeDeleter>;
+
+bool IsSeparator(char c) { return c != '\0' && SEPARATORS.find(c) != std::string::npos; }
+bool IsQuote(char c) { return c != '\0' && QUOTES.find(c) != std::string::npos; }
+bool IsBlankOrTab(char c) { return c == ' ' || c == '\t'; }
+bool IsBreakChar(char c) { return c != '\0' && std::strchr(" \t/+*-,()", c) != nullptr; }
+
+// Number of characters of `s` (more than maxLen remain) that the next line
+// takes.
+unsigned long FindBreak(char const* s, unsigned long maxLen) {
+  for (unsigned long pos = maxLen; pos >= 1; --pos) {
+    char const c = s[pos];
+    if (!IsBreakChar(c)) continue;
+    unsigned long k = pos - 1;
+    while (k > 0 && IsBlankOrTab(s[k])) --k;
+    char const last = s[k];  // last non-blank before c, or s[0]
+    char const prev = s[pos - 1];
+    if (last != '.') {
+      if (c != '*' && c != '/') return pos;
+      if (c == '*' && prev != '*' && prev != '&' && prev != '/') return pos;
+      if (c == '/' && prev != '&' && prev != '*') return pos;
+    }
+    // Keep c on this line instead, where that splits no token.
+    if (pos == maxLen || IsBlankOrTab(c)) continue;
+    char const next = s[pos + 1];
+    if (c == '*' && (next == '*' || next == '/')) continue;
+    if (c == '/' && next == '*') continue;
+    return pos + 1;
+  }
+  unsigned long count = maxLen;
+  while (count > 0 && IsQuote(s[count])) --count;
+  return count == 0 ? maxLen : count;
+}
+
+}  // namespace
+
+void VELDstrtrim(char* text) {
+  std::size_t n = std::strlen(text);
+  if (n < 2) return;
+  while (n > 1 && IsSeparator(text[n - 1])) text[--n] = '\0';
+}
+
+char IsInsideQuotes(unsigned int length, char* text, char quote) {
+  char state = quote;
+  for (unsigned int i = 0; i < length; ++i) {
+    char const c = text[i];
+    if (!IsQuote(c)) continue;
+    if (state == 0) {
+      state = c;
+    } else if (c == state) {
+      if (i + 1 < length && text[i + 1] == state) {
+        ++i;  // a doubled quote: one quote character inside the string
+      } else {
+        state = 0;
+      }
+    }
+  }
+  return state;
+}
+
+std::string WrapString(std::string const& text, unsigned long width) {
+  std::string result;
+  std::size_t const textLength = std::strlen(text.c_str());
+  CBuffer copy(static_cast<char*>(std::malloc(textLength + 1)));
+  CBuffer line(static_cast<char*>(std::malloc(width + 4)));
+  if (!copy || !line) return result;
+  std::memcpy(copy.get(), text.c_str(), textLength + 1);
+  VELDstrtrim(copy.get());
+
+  unsigned long const maxLen = width - 3;
+  char* src = copy.get();
+  std::size_t remaining = std::strlen(src);
+  result.reserve(remaining + remaining / maxLen * 4 + 8);
+  char quote = 0;
+  bool first = true;
+  while (remaining > 0) {
+    char* out = line.get();
+    std::size_t used = 0;
+    if (quote != 0) {
+      out[used++] = ' ';
+      out[used++] = quote;
+    } else if (!first) {
+      out[used++] = ' ';
+    }
+    out[used] = '\0';
+    first = false;
+
+    if (remaining <= maxLen) {
+      std::strncat(out + used, src, remaining);
+      VELDstrtrim(out);
+      result += out;
+      result += '\n';
+      break;
+    }
+    unsigned long const count = FindBreak(src, maxLen);
+    std::memcpy(out + used, src, count);
+    used += count;
+    quote = IsInsideQuotes(static_cast<unsigned int>(count), src, quote);
+    if (quote != 0) {
+      out[used++] = quote;  // close the string here; the next line reopens it
+      out[used++] = '+';
+    }
+    out[used] = '\0';
+    VELDstrtrim(out);
+    result += out;
+    result += '\n';
+    src += count;
+    remaining -= count;
+  }
+  return result;
+}
+
+}  // namespace TreeOut_800

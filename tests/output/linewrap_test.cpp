@@ -1,0 +1,356 @@
+// The VELD line wrapper: the documented examples and edge cases as tables,
+// then its promises checked over many generated texts.
+#include "output/linewrap.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using TreeOut_800::IsInsideQuotes;
+using TreeOut_800::VELDstrtrim;
+using TreeOut_800::WrapString;
+
+struct WrapCase {
+  char const* name;
+  unsigned long width;
+  std::string text;
+  std::string expected;
+};
+
+TEST(WrapString, WrapsAsDocumented) {
+  const WrapCase kCases[] = {
+      {"string cut and reopened, doubled quote kept whole", 12, "x EQ 'It''s a long label text'",
+       "x EQ\n  'It''s a'+\n ' long'+\n ' label'+\n ' text'\n"},
+      {"period kept off the end of a line", 10, "a = 1. + b", "a =\n  1. + b\n"},
+      {"short text: trailing blanks, tabs, line feeds cut", 20, "x EQ 1  \n\t", "x EQ 1\n"},
+      {"exactly width - 3 characters stay on one line", 8, "abcde", "abcde\n"},
+      {"blanks only keep their first blank", 10, "    ", " \n"},
+      {"empty text", 10, "", ""},
+      {"double-quoted string cut", 12, "a = \"one two three\"",
+       "a = \"one\"+\n \" two\"+\n \" three\"\n"},
+      {"run without break characters cut at width - 3", 8, "abcdefghij", "abcde\n fghij\n"},
+      {"forced cut moved back over quote characters", 8, "abcd''efg", "abc\n d''ef\n g\n"},
+      {"forced cut inside a run of quotes only", 8, "''''''''", "''''''+\n ''''\n"},
+      {"** stays whole", 10, "aaaaa**bbbbb", "aaaaa**\n bbbbb\n"},
+      {"/* stays whole", 10, "aaaaa/*bbbbb", "aaaaa/*\n bbbbb\n"},
+      {"/* at the limit moves to the next line", 10, "aaaaaa/*bbbb", "aaaaaa\n /*bbbb\n"},
+      {"after a period the break character stays on the line", 10, "ab. (cdefgh",
+       "ab. (\n cdefgh\n"},
+      {"line feeds are ordinary characters", 10, "ab\ncd\nef gh", "ab\ncd\ne\n f gh\n"},
+      {"text ends at its first NUL", 20, std::string("ab\0cd", 5), "ab\n"},
+  };
+  for (WrapCase const& c : kCases) {
+    EXPECT_EQ(WrapString(c.text, c.width), c.expected) << c.name;
+  }
+}
+
+TEST(VELDstrtrim, CutsTrailingSeparatorsButNeverTheFirstCharacter) {
+  struct Case {
+    char const* text;
+    char const* expected;
+  };
+  const Case kCases[] = {
+      {"abc \n\t", "abc"}, {"x   ", "x"},  {"   ", " "}, {" ", " "}, {"", ""},
+      {"a b", "a b"},      {"\n\n", "\n"}, {"a\t", "a"},
+  };
+  for (Case const& c : kCases) {
+    std::vector<char> buffer(c.text, c.text + std::strlen(c.text) + 1);
+    VELDstrtrim(buffer.data());
+    EXPECT_STREQ(buffer.data(), c.expected) << '"' << c.text << '"';
+  }
+}
+
+TEST(IsInsideQuotes, FollowsTheQuoteState) {
+  struct Case {
+    char const* text;
+    unsigned int length;
+    char before;
+    char after;
+  };
+  const Case kCases[] = {
+      {"abc", 3, 0, 0},        {"abc", 0, '"', '"'},  // nothing scanned
+      {"a 'b", 4, 0, '\''},                           // opens
+      {"'b'", 3, 0, 0},                               // opens and closes
+      {"x'", 2, '\'', 0},                             // closes a string open before
+      {"'it''s", 6, 0, '\''},                         // doubled quote stays inside
+      {"'it''", 5, 0, '\''},                          // doubled quote at the end
+      {"'it''", 4, 0, 0},                             // second quote beyond length: closing
+      {"\"it's\"", 6, 0, 0},                          // the other quote is ordinary inside
+      {"\"it's", 5, 0, '"'},   {"'a\"b", 4, 0, '\''},
+      {"ab\"\"", 4, '"', '"'},  // doubled double quote inside
+  };
+  for (Case const& c : kCases) {
+    std::vector<char> buffer(c.text, c.text + std::strlen(c.text) + 1);
+    EXPECT_EQ(IsInsideQuotes(c.length, buffer.data(), c.before), c.after)
+        << c.text << " / " << c.length;
+  }
+}
+
+// ---- Promises over generated texts -------------------------------------------
+
+bool IsQuoteChar(char c) { return c == '\'' || c == '"'; }
+bool IsSeparatorChar(char c) { return c == ' ' || c == '\t' || c == '\n'; }
+
+std::string RightTrimmed(std::string text) {
+  while (text.size() > 1 && IsSeparatorChar(text.back())) text.pop_back();
+  return text;
+}
+
+// The string state of `text` before each position, lexing the whole text at
+// once: state[i] is the open quote before text[i] (0 outside strings). A
+// doubled quote inside a string is one character of it.
+std::vector<char> StringStates(std::string const& text) {
+  std::vector<char> state(text.size() + 1, 0);
+  char open = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    state[i] = open;
+    char const c = text[i];
+    if (open == 0) {
+      if (IsQuoteChar(c)) open = c;
+    } else if (c == open) {
+      if (i + 1 < text.size() && text[i + 1] == open) {
+        state[++i] = open;
+      } else {
+        open = 0;
+      }
+    }
+  }
+  state[text.size()] = open;
+  return state;
+}
+
+std::vector<std::string> Lines(std::string const& wrapped) {
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  while (start < wrapped.size()) {
+    std::size_t end = wrapped.find('\n', start);
+    if (end == std::string::npos) end = wrapped.size();
+    lines.push_back(wrapped.substr(start, end - start));
+    start = end + 1;
+  }
+  return lines;
+}
+
+// Checks `wrapped`, the wrapped form of `text` (which holds no line feed), for
+// the wrapper's promises and returns the first one broken, or "":
+// - every line is a prefix (none on the first line, " " on later ones, " " and
+//   the quote on a line that continues a string), at most width - 3 characters
+//   of the text, and the quote and "+" when a string is open at its end;
+// - the pieces give the text's characters in order, up to blanks and tabs
+//   trimmed off line ends;
+// - a line (other than the last) ends in front of or after a break character,
+//   and not in a period, unless the search found no break and the text was
+//   cut at width - 3 characters or just before quote characters there.
+std::string CheckLines(std::string const& text, std::string const& wrapped, unsigned long width) {
+  std::string const input = RightTrimmed(text);
+  if (input.empty()) return wrapped.empty() ? "" : "non-empty result for empty text";
+  if (wrapped.empty() || wrapped.back() != '\n') return "result does not end with a line feed";
+  std::vector<std::string> const lines = Lines(wrapped);
+  std::vector<char> const states = StringStates(input);
+  std::size_t const maxLen = width - 3;
+  // Reads the lines back into the text. A line that ends in a quote and "+"
+  // may close an open string or end with a string of its own, and a line may
+  // have lost trailing separators, so the reading backtracks over both.
+  std::vector<std::size_t> starts;  // where each line's piece starts in the text
+  std::set<std::pair<std::size_t, std::size_t>> failed;
+  std::function<bool(std::size_t, std::size_t)> read = [&](std::size_t i, std::size_t pos) {
+    if (i == lines.size()) return pos == input.size();
+    if (failed.count({i, pos}) != 0) return false;
+    std::string const& line = lines[i];
+    for (std::size_t skip = 0; !line.empty() && pos + skip <= input.size(); ++skip) {
+      if (skip > 0 && !IsSeparatorChar(input[pos + skip - 1])) break;
+      std::size_t const start = pos + skip;
+      char const open = states[start];
+      std::string const prefix = i == 0      ? std::string()
+                                 : open != 0 ? std::string(" ") + open
+                                             : std::string(" ");
+      if (line.compare(0, prefix.size(), prefix) != 0) continue;
+      std::string const rest = line.substr(prefix.size());
+      auto takes = [&](std::size_t length, char openAfter) {
+        return length <= maxLen && start + length <= input.size() &&
+               input.compare(start, length, rest, 0, length) == 0 &&
+               states[start + length] == openAfter;
+      };
+      std::size_t const n = rest.size();
+      starts.push_back(start);
+      if (n >= 2 && rest[n - 1] == '+' && IsQuoteChar(rest[n - 2]) && takes(n - 2, rest[n - 2]) &&
+          read(i + 1, start + n - 2)) {
+        return true;
+      }
+      if (takes(n, 0) && read(i + 1, start + n)) return true;
+      starts.pop_back();
+    }
+    failed.insert({i, pos});
+    return false;
+  };
+  if (!read(0, 0)) return "the lines do not read back into the text";
+  for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
+    std::size_t const cut = starts[i + 1];
+    std::string const where = "line " + std::to_string(i + 1) + " «" + lines[i] + "»: ";
+    if (cut - starts[i] > maxLen) return where + "took too much";
+    // A cut that the break search did not find is at width - 3, or moved back
+    // from there over quote characters only.
+    bool forced = true;
+    for (std::size_t k = cut + 1; k <= starts[i] + maxLen && k < input.size(); ++k) {
+      forced = forced && IsQuoteChar(input[k]);
+    }
+    bool const inFront = std::strchr(" \t/+*-,()", input[cut]) != nullptr;
+    bool const after = std::strchr("/+*-,()", input[cut - 1]) != nullptr;
+    if (!inFront && !after && !forced) return where + "cut away from a break character";
+    std::string taken = input.substr(starts[i], cut - starts[i]);
+    while (taken.size() > 1 && (taken.back() == ' ' || taken.back() == '\t')) taken.pop_back();
+    if (taken.back() == '.' && states[cut] == 0 && !forced) return where + "ends in a period";
+  }
+  return "";
+}
+
+// Generated VELD-like text: words, numbers with periods, operators, quoted
+// strings with doubled quotes, and now and then a long run without breaks.
+class TextGenerator {
+ public:
+  explicit TextGenerator(unsigned seed) : fnRandom(seed) {}
+
+  std::string Next(std::size_t approxLength) {
+    std::string text;
+    while (text.size() < approxLength) {
+      switch (Pick(10)) {
+        case 0:
+        case 1:
+          text += Word(1 + Pick(12));
+          break;
+        case 2:
+          text += Word(1 + Pick(4)) + (Pick(2) ? "." : ".5");
+          break;
+        case 3:
+          text += Operator();
+          break;
+        case 4:
+          text += Quoted();
+          break;
+        case 5:
+          if (Pick(8) == 0)
+            text += Pick(2) ? Word(200 + Pick(400)) : LongQuoted();
+          else
+            text += Word(2 + Pick(6));
+          break;
+        default:
+          text += Operator();
+          text += Word(1 + Pick(8));
+          break;
+      }
+      text += Pick(6) == 0 ? "\t" : Pick(4) == 0 ? "  " : Pick(5) == 0 ? "" : " ";
+    }
+    return text;
+  }
+
+ private:
+  unsigned Pick(unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(fnRandom); }
+
+  std::string Word(std::size_t length) {
+    static char const kLetters[] =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$";
+    std::string word;
+    for (std::size_t i = 0; i < length; ++i) word += kLetters[Pick(sizeof kLetters - 1)];
+    return word;
+  }
+
+  std::string Operator() {
+    static char const* const kOperators[] = {"EQ", "NE", "=", "<>", "+",  "-",  "*",  "/",  "**",
+                                             "(",  ")",  ",", "&",  "/*", "*/", "&*", "OR", "AND"};
+    return kOperators[Pick(sizeof kOperators / sizeof *kOperators)];
+  }
+
+  std::string Quoted() {
+    char const quote = Pick(2) ? '\'' : '"';
+    std::string text(1, quote);
+    std::size_t const parts = Pick(6);
+    for (std::size_t i = 0; i < parts; ++i) {
+      switch (Pick(5)) {
+        case 0:  // a quote inside the string; never more than three quotes in a row
+          text += std::string(2, quote) + Word(1 + Pick(3));
+          break;
+        case 1:
+          text += quote == '\'' ? '"' : '\'';
+          break;
+        case 2:
+          text += Operator();
+          break;
+        default:
+          text += Word(1 + Pick(10));
+      }
+      if (Pick(2)) text += ' ';
+    }
+    return text + quote;
+  }
+
+  std::string LongQuoted() {
+    char const quote = Pick(2) ? '\'' : '"';
+    std::string text(1, quote);
+    while (text.size() < 300) {
+      text += Word(1 + Pick(30));
+      if (Pick(6) == 0) text += std::string(2, quote);
+    }
+    return text + quote;
+  }
+
+  std::mt19937 fnRandom;
+};
+
+TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
+  struct Case {
+    unsigned long width;
+    std::size_t length;
+    int count;
+  };
+  const Case kCases[] = {{256, 3000, 300}, {40, 600, 1000}, {12, 200, 2000}};
+  unsigned seed = 1;
+  long stringCuts = 0;  // lines closed with a quote and "+", to show the texts reach that case
+  for (Case const& c : kCases) {
+    TextGenerator generator(seed++);
+    for (int i = 0; i < c.count; ++i) {
+      std::string const text = generator.Next(c.length);
+      std::string const wrapped = WrapString(text, c.width);
+      ASSERT_EQ(CheckLines(text, wrapped, c.width), "")
+          << "width " << c.width << ", text «" << text << "»\nwrapped:\n"
+          << wrapped;
+      for (std::string const& line : Lines(wrapped)) {
+        std::size_t const n = line.size();
+        stringCuts += n >= 2 && line[n - 1] == '+' && IsQuoteChar(line[n - 2]);
+      }
+    }
+  }
+  EXPECT_GT(stringCuts, 1000);
+}
+
+TEST(WrapString, CheckerRejectsWhatAFaultyWrapperWouldWrite) {
+  // The promises above are only as good as the checker: it must reject these.
+  std::string const text = "x EQ 'It''s a long label text'";
+  struct Case {
+    char const* fault;
+    std::string wrapped;
+  };
+  const Case kCases[] = {
+      {"none", "x EQ\n  'It''s a'+\n ' long'+\n ' label'+\n ' text'\n"},
+      {"string not closed", "x EQ\n  'It''s a\n ' long'+\n ' label'+\n ' text'\n"},
+      {"string not reopened", "x EQ\n  'It''s a'+\n  long'+\n ' label'+\n ' text'\n"},
+      {"character lost", "x EQ\n  'It''s a'+\n ' lng'+\n ' label'+\n ' text'\n"},
+      {"line too long", "x EQ 'It''s a'+\n ' long'+\n ' label'+\n ' text'\n"},
+      {"no prefix blank", "x EQ\n 'It''s a'+\n ' long'+\n ' label'+\n ' text'\n"},
+      {"no final line feed", "x EQ\n  'It''s a'+\n ' long'+\n ' label'+\n ' text'"},
+  };
+  for (Case const& c : kCases) {
+    bool const rejected = !CheckLines(text, c.wrapped, 12).empty();
+    EXPECT_EQ(rejected, std::string(c.fault) != "none") << c.fault;
+  }
+  EXPECT_NE(CheckLines("a = 1. + b", "a = 1.\n  + b\n", 12), "");
+}
+
+}  // namespace
