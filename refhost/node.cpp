@@ -1,6 +1,8 @@
 // Tree-side host classes: node statistics, record dropping, the prefix walk.
 #include "host/node.h"
 
+#include "refhost/faults.h"
+
 namespace tree_800 {
 
 ClassStatistics::ClassStatistics(int predictedCategory, std::vector<double> probabilityByCode)
@@ -25,6 +27,7 @@ TreeAlgorithmBase::~TreeAlgorithmBase() = default;
 // record stops or reaches `node`. Allocates nothing.
 NodeImp const* NodeImp::DropObservationThroughTree(double const* values,
                                                    NodeImp const* node) const {
+  refhost::FaultPoint("DropObservationThroughTree");
   NodeImp const* current = this;
   for (;;) {
     if (node != nullptr && current == node) return current;

@@ -1,0 +1,193 @@
+// Record classifier: how record values reach the tree, Score against the
+// reference host's own routing, and Classify's answer and order.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "host/systemmissing.h"
+#include "refhost/builder.h"
+#include "refhost/faults.h"
+#include "refhost/metadata.h"
+#include "refhost/records.h"
+#include "scoring/recordclassifierimp.h"
+#include "scoring/rulefactory.h"
+
+namespace {
+
+using mdt_800::Variant;
+using TreeOut_800::RecordClassifier;
+using TreeOut_800::RecordClassifierImp;
+using TreeOut_800::RuleFactory;
+using TreeOut_800::RulesNodeSelection;
+
+// age (scale), colour (nominal x/y/z, codes 1..3), income (numeric, 99 and
+// 97..98 user-missing). Root 0 splits age at 30 into 1 and 2; node 1 splits
+// colour {x} -> 3, {y, z} -> 4, with income as surrogate; node 2 is a leaf.
+refhost::Model SampleModel() {
+  refhost::ModelBuilder b;
+  int const age = b.Scale("age");
+  int const colour = b.Nominal("colour", {"x", "y", "z"});
+  int const income = b.Scale("income").Missing({99.0}).MissingRange(97, 98);
+  b.ClassTarget("risk", {"low", "high"});
+  b.Node(0).SplitOrdinal(age, {30.0}).Children({1, 2});
+  b.Node(1)
+      .SplitNominal(colour, {{"x"}, {"y", "z"}})
+      .Surrogate(refhost::Split::Cuts(income, {1000.0}))
+      .Children({3, 4});
+  for (unsigned int leaf : {2u, 3u, 4u}) b.Node(leaf).Predict(1, {0.6, 0.4});
+  return b.Build();
+}
+
+std::unique_ptr<RecordClassifierImp> Classifier(refhost::Model const& m) {
+  auto const* root = static_cast<tree_800::NodeImp const*>(m.GetTree().GetRoot());
+  return std::make_unique<RecordClassifierImp>(root, &m.GetMetadata());
+}
+
+TEST(RecordClassifierTest, RecordValueIPlusOneFeedsVariableI) {
+  refhost::Model m = SampleModel();
+  double const sysmis = systemMissingValue();
+  struct Case {
+    char const* what;
+    std::vector<Variant> values;  // age, colour, income, risk
+    std::vector<double> expected;
+  };
+  Case const cases[] = {
+      {"plain values", {25.0, "z", 1500.0, "low"}, {25, 3, 1500, 1}},
+      {"integer value", {Variant(40L), "x", 0.0, "high"}, {40, 1, 0, 2}},
+      {"no content without encoder", {Variant(), "y", 5.0, Variant()}, {sysmis, 2, 5, sysmis}},
+      {"unknown category", {1.0, "w", 5.0, "low"}, {1, sysmis, 5, 1}},
+      {"user-missing value and range", {1.0, "x", 99.0, "low"}, {1, 1, sysmis, 1}},
+      {"inside user-missing range", {1.0, "x", 97.5, "low"}, {1, 1, sysmis, 1}},
+  };
+  auto classifier = Classifier(m);
+  for (Case const& c : cases) {
+    // Value 0 holds a string that no variable could read: it must be skipped.
+    std::vector<Variant> values = c.values;
+    values.insert(values.begin(), Variant("not a variable"));
+    MCTree_800::TRecord<Variant> record(values);
+    double const* got = classifier->GetDoubleRecord(record);
+    for (std::size_t i = 0; i < c.expected.size(); ++i) {
+      EXPECT_EQ(got[i], c.expected[i]) << c.what << ", variable " << i;
+    }
+  }
+}
+
+// Encodes everything as 42 and counts its calls.
+class SpyEncoder : public mdt_800::Encoder {
+ public:
+  double Encode(Variant const&) const override {
+    ++fnCalls;
+    return 42;
+  }
+  mdt_800::EncodingSets Decode(double) const override { return {}; }
+  mdt_800::MissingValues const* GetMissingValues() const override { return nullptr; }
+  mutable int fnCalls = 0;
+};
+
+TEST(RecordClassifierTest, ValueWithoutContentGoesToTheEncoder) {
+  SpyEncoder spy;
+  EXPECT_EQ(TreeOut_800::GetEncodedValue(Variant(), &spy), 42);
+  EXPECT_EQ(spy.fnCalls, 1);
+  EXPECT_EQ(TreeOut_800::GetEncodedValue(Variant(), nullptr), systemMissingValue());
+  EXPECT_EQ(TreeOut_800::GetEncodedValue(Variant(7L), nullptr), 7.0);
+}
+
+TEST(RecordClassifierTest, NoVariablesReadsNoRecordValue) {
+  refhost::Metadata metadata;
+  refhost::Model m = SampleModel();
+  auto const* root = static_cast<tree_800::NodeImp const*>(m.GetTree().GetRoot());
+  RecordClassifierImp classifier(root, &metadata);
+  MCTree_800::TRecord<Variant> empty;  // not even value 0
+  EXPECT_NE(classifier.GetDoubleRecord(empty), nullptr);
+}
+
+TEST(RecordClassifierTest, ScoreAgreesWithTheHostsRoutingAndReusesOneBuffer) {
+  refhost::Model m = SampleModel();
+  std::unique_ptr<RecordClassifier> classifier(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
+  auto* imp = static_cast<RecordClassifierImp*>(classifier.get());
+  std::mt19937 rng(7);
+  std::vector<Variant> const ages = {Variant(), 29.0, 30.0, 31.0, Variant(30L)};
+  std::vector<Variant> const colours = {Variant(), "x", "y", "z", "w"};
+  std::vector<Variant> const incomes = {Variant(), 99.0, 97.0, 999.0, 1000.0, 1000.5};
+  double const* buffer = nullptr;
+  for (int i = 0; i < 300; ++i) {
+    refhost::Record record =
+        refhost::MakeRecord({ages[rng() % ages.size()], colours[rng() % colours.size()],
+                             incomes[rng() % incomes.size()], "low"});
+    tree_800::NodeImp const* node = classifier->Score(record);
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->GetId(), m.Route(record)) << "record " << i;
+    EXPECT_EQ(classifier->Score(record), node) << "scored twice";
+    double const* now = imp->GetDoubleRecord(record);
+    if (buffer == nullptr) buffer = now;
+    EXPECT_EQ(now, buffer) << "a new buffer for record " << i;
+  }
+}
+
+TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
+  refhost::Model m = SampleModel();
+  RulesNodeSelection selection;
+  selection.AddNode(m.Find(4), 40);
+  selection.AddNode(m.Find(2), 20);
+  std::unique_ptr<RecordClassifier> classifier(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  ASSERT_EQ(selection.EnumerateNodes().size(), 2u) << "the caller's selection is synchronised";
+  EXPECT_EQ(selection.EnumerateNodes()[0].first, m.Find(4));
+
+  struct Case {
+    std::vector<Variant> values;
+    int expected;
+  };
+  Case const cases[] = {
+      {{25.0, "y", 0.0, "low"}, 0},       // node 4
+      {{35.0, "x", 0.0, "low"}, 0},       // node 2
+      {{25.0, "x", 0.0, "low"}, 1},       // node 3
+      {{Variant(), "y", 0.0, "low"}, 1},  // stops at the root: no rule places it
+  };
+  for (Case const& c : cases) {
+    EXPECT_EQ(classifier->Classify(refhost::MakeRecord(c.values)), c.expected);
+  }
+
+  std::unique_ptr<RecordClassifier> unrestricted(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
+  EXPECT_EQ(unrestricted->Classify(refhost::MakeRecord({25.0, "y", 0.0, "low"})), 1);
+}
+
+TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
+  refhost::Model m = SampleModel();
+  RulesNodeSelection selection;
+  selection.AddNode(m.Find(2), 20);
+  selection.AddNode(m.Find(4), 40);
+  std::unique_ptr<RecordClassifier> classifier(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  // A second drop would throw: the record reaches node 2, the first entry.
+  refhost::FaultGuard guard("DropObservationThroughTree", 2);
+  EXPECT_EQ(classifier->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), 0);
+  EXPECT_FALSE(refhost::FaultFired());
+
+  // The same record with node 2 second in line needs the second drop.
+  RulesNodeSelection reversed;
+  reversed.AddNode(m.Find(4), 40);
+  reversed.AddNode(m.Find(2), 20);
+  std::unique_ptr<RecordClassifier> other(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), reversed));
+  refhost::FaultGuard again("DropObservationThroughTree", 2);
+  EXPECT_THROW(other->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), std::runtime_error);
+}
+
+TEST(RecordClassifierTest, LaterSelectionChangesDoNotReachTheClassifier) {
+  refhost::Model m = SampleModel();
+  RulesNodeSelection selection;
+  selection.AddNode(m.Find(2), 20);
+  std::unique_ptr<RecordClassifier> classifier(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  selection.AddNode(m.Find(1), 10);
+  selection.Synchronize(&m.GetTree());
+  EXPECT_EQ(classifier->Classify(refhost::MakeRecord({25.0, "x", 0.0, "low"})), 1);
+}
+
+}  // namespace
