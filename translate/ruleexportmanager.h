@@ -85,8 +85,65 @@ class RuleExportManager {
   // The values that `split` sends to `child`; (0, 0) when it sends none.
   void BuildInterval(Interval* interval, const tree_800::SplitRule& split, int child) const;
 
+  // Split exporters. Each writes the condition that `rule` sends a record
+  // to `child`; `includeMissing` says whether records with a missing
+  // predictor value must satisfy it. Empty text when nothing can be written.
+  // The one entry: decides includeMissing from the rule's missing-value
+  // child and `target`, and picks the exporter by measurement level and
+  // storage type.
+  std::string SplitRule_Export(const tree_800::SplitRule& rule, int child, ExportTargetFlag target,
+                               const RuleExportOptions& options) const;
+  // Category lists: the child's codes, or the other children's codes with
+  // the missing values. `target` is not read.
+  std::string NominalSplitRule_Export(const tree_800::SplitRule& rule, int child,
+                                      ExportTargetFlag target, const RuleExportOptions& options,
+                                      bool includeMissing) const;
+  // Missing-value clauses and the child's range of values.
+  std::string OrdinalSplitRule_Export(const tree_800::SplitRule& rule, int child,
+                                      ExportTargetFlag target, const RuleExportOptions& options,
+                                      bool includeMissing) const;
+  // The ordinal condition for a given child range: what
+  // OrdinalSplitRule_Export writes once it has built the range.
+  std::string ExportOrdinalClauses(const tree_800::SplitRule& rule, const Interval& childRange,
+                                   ExportTargetFlag target, const RuleExportOptions& options,
+                                   bool includeMissing) const;
+  // An ordered split on a non-numeric predictor with a map encoder, written
+  // as a nominal split over the encoder's codes; else as an ordinal split.
+  std::string OrdinalToNominal_Export(const tree_800::SplitRule& rule, int child,
+                                      ExportTargetFlag target, const RuleExportOptions& options,
+                                      bool includeMissing) const;
+  // Whether an attempt chain takes the rule: always.
+  bool SplitRule_IsValid(const tree_800::SplitRule& rule) const;
+
+  // Clause writers: each empties `out` (unless it says otherwise), writes its
+  // clause and returns the number of conditions written; 0 adds nothing.
+  // The child's range with the variable's user-missing range added or cut
+  // out; in parentheses.
+  int ExportIntervals(const tree_800::SplitRule& rule, std::string& out,
+                      const RuleExportOptions& options, const Interval& childRange,
+                      bool includeMissing, ExportTargetFlag target) const;
+  // The test for the system-missing value, positive or negated.
+  int ExportSystemMissing(const tree_800::SplitRule& rule, std::string& out,
+                          const RuleExportOptions& options, bool includeMissing) const;
+  // Comparisons with the discrete user-missing values: equal joined by OR,
+  // or unequal joined by AND. In label edge mode `out` is left untouched.
+  int ExportDiscreteMissing(const tree_800::SplitRule& rule, std::string& out,
+                            const RuleExportOptions& options, const Interval& childRange,
+                            bool includeMissing, ExportTargetFlag target,
+                            bool writeAllValues) const;
+
+  // A new chain over the node's primary split and surrogates, owned by the
+  // caller.
+  AttemptChain* BuildAttemptChain(const tree_800::Node& node) const;
+
  private:
   const mdt_800::Variable& Predictor(const tree_800::SplitRule& rule) const;
+  // The variable's user-missing sets; null without encoder or missing values.
+  static const mdt_800::EncodingSets* UserMissingSets(const mdt_800::Variable& variable);
+  // Nominal helpers: the text admitting missing values written before the
+  // categories, and the category-code to child map.
+  std::string NominalMissingPrefix(const mdt_800::Variable& variable,
+                                   const RuleExportOptions& options) const;
 
   const tree_800::TreeAlgorithmBase* fnTree;
   const std::vector<mdt_800::Variable>* fnVariables;

@@ -24,6 +24,7 @@ using mdt_800::Variant;
 using refhost::Range;
 using translatetest::Host;
 using translatetest::IntervalText;
+using translatetest::OrdinalRule;
 
 const double kInf = std::numeric_limits<double>::infinity();
 
@@ -163,11 +164,6 @@ TEST(Decode, EncodingSetListOfOneValue) {
   EXPECT_EQ(items[0].GetValue().GetType(), mdt_800::Variant::TYPE_DOUBLE);
   EXPECT_EQ(static_cast<double>(items[0].GetValue()), 2.5);
   EXPECT_FALSE(items[0].IsInclusive());
-}
-
-// A split rule on `variable` whose children take `ranges`.
-tree_800::SplitRule OrdinalRule(int variable, std::vector<Range> ranges) {
-  return tree_800::SplitRule(refhost::OrdinalSplit(variable, std::move(ranges), -1));
 }
 
 TEST(Decode, BuildIntervalPerChild) {

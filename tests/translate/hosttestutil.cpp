@@ -4,6 +4,8 @@
 
 #include "refhost/categoryencoder.h"
 #include "refhost/numericencoder.h"
+#include "refhost/ordinalsplit.h"
+#include "refhost/valuesets.h"
 
 namespace translatetest {
 
@@ -67,6 +69,61 @@ mdt_800::Variable const& Host::Var(int index) const { return fnMetadata.GetVaria
 
 TreeOut_800::RuleExportManager Host::Manager() const {
   return TreeOut_800::RuleExportManager(nullptr, &fnMetadata);
+}
+
+ChildValues Codes(std::vector<int> codes) {
+  ChildValues values;
+  values.kind = ChildValues::kCodes;
+  values.codes = std::move(codes);
+  return values;
+}
+
+ChildValues Ranged(refhost::Range range) {
+  ChildValues values;
+  values.kind = ChildValues::kRange;
+  values.range = range;
+  return values;
+}
+
+ChildValues NoValues() { return ChildValues(); }
+
+FakeRule::FakeRule(int predictor, int missingChild, std::vector<ChildValues> children)
+    : tree_800::SplitRule(tree_800::NSplitRule(predictor, 0)),
+      fnPredictor(predictor),
+      fnMissingChild(missingChild),
+      fnChildren(std::move(children)) {}
+
+int FakeRule::GetMissingValueMapping() const {
+  ++fnMissingCalls;
+  return fnMissingChild;
+}
+
+tree_800::ValueSet* FakeRule::GetMappedValues(int child) const {
+  const ChildValues& values = fnChildren.at(child);
+  switch (values.kind) {
+    case ChildValues::kCodes:
+      return new refhost::CodeSet(values.codes);
+    case ChildValues::kRange:
+      return new refhost::RangeSet(values.range);
+    default:
+      return nullptr;
+  }
+}
+
+tree_800::SplitRule NominalRule(int predictor, std::vector<std::vector<int>> codesPerChild,
+                                int missingChild) {
+  tree_800::NSplitRule rule(predictor, 0);
+  for (std::size_t child = 0; child < codesPerChild.size(); ++child) {
+    for (int code : codesPerChild[child]) rule.SetCatMapping(code, static_cast<int>(child));
+  }
+  rule.SetNumChildren(static_cast<int>(codesPerChild.size()));
+  rule.SetMissingValueMapping(missingChild);
+  return tree_800::SplitRule(rule);
+}
+
+tree_800::SplitRule OrdinalRule(int predictor, std::vector<refhost::Range> ranges,
+                                int missingChild) {
+  return tree_800::SplitRule(refhost::OrdinalSplit(predictor, std::move(ranges), missingChild));
 }
 
 mdt_800::Variable Numeric(std::string name, int level) {

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "host/encoding.h"
+#include "host/splitrule.h"
 #include "host/variant.h"
 #include "refhost/metadata.h"
+#include "refhost/range.h"
 #include "ruletext/ruleexportoptions.h"
 #include "translate/ruleexportmanager.h"
 
@@ -51,6 +53,43 @@ class Host {
  private:
   refhost::Metadata fnMetadata;
 };
+
+// What a test split sends to one child: category codes, a range, or no
+// value set at all.
+struct ChildValues {
+  enum Kind { kNone, kCodes, kRange } kind = kNone;
+  std::vector<int> codes;
+  refhost::Range range;
+};
+ChildValues Codes(std::vector<int> codes);
+ChildValues Ranged(refhost::Range range);
+ChildValues NoValues();
+
+// A split rule over explicit value sets, which may overlap, and a count of
+// the exports that asked it for its missing-value child (each export asks
+// once).
+class FakeRule : public tree_800::SplitRule {
+ public:
+  FakeRule(int predictor, int missingChild, std::vector<ChildValues> children);
+  int GetPredictorIndex() const override { return fnPredictor; }
+  int GetMissingValueMapping() const override;
+  int GetNumChildren() const override { return static_cast<int>(fnChildren.size()); }
+  tree_800::ValueSet* GetMappedValues(int child) const override;
+  int MissingMappingCalls() const { return fnMissingCalls; }
+
+ private:
+  int fnPredictor;
+  int fnMissingChild;
+  std::vector<ChildValues> fnChildren;
+  mutable int fnMissingCalls = 0;
+};
+
+// A host nominal rule: child i takes codesPerChild[i].
+tree_800::SplitRule NominalRule(int predictor, std::vector<std::vector<int>> codesPerChild,
+                                int missingChild = -1);
+// A host ordinal rule: child i takes ranges[i].
+tree_800::SplitRule OrdinalRule(int predictor, std::vector<refhost::Range> ranges,
+                                int missingChild = -1);
 
 mdt_800::Variable Numeric(std::string name, int level = mdt_800::Variable::LEVEL_SCALE);
 mdt_800::Variable Text(std::string name, int level = mdt_800::Variable::LEVEL_NOMINAL);

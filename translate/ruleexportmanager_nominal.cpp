@@ -1,0 +1,127 @@
+// Nominal split export. The category codes of all children are collected in
+// a map ordered by code (a code in several children's sets belongs to the
+// last of them). Without missing values the child's own codes are compared
+// for equality and joined by OR; with missing values the other children's
+// codes are compared for inequality and joined by AND, behind a clause that
+// admits system-missing and user-missing values, joined by OR. In label edge
+// mode the child's codes are listed after one comparison, separated by
+// commas. Each code is decoded into its values; a variable without encoder
+// uses the code itself.
+#include <map>
+#include <memory>
+
+#include "ruletext/exportutil.h"
+#include "ruletext/ruleconnectorand.h"
+#include "ruletext/ruleconnectoreq.h"
+#include "ruletext/ruleconnectorne.h"
+#include "ruletext/ruleconnectoror.h"
+#include "translate/ruleexportmanager.h"
+
+namespace TreeOut_800 {
+namespace {
+
+// Category code to child, ascending by code.
+std::map<int, int> CategoryMap(const tree_800::SplitRule& rule) {
+  std::map<int, int> categories;
+  const int children = rule.GetNumChildren();
+  for (int c = 0; c < children; ++c) {
+    const std::unique_ptr<tree_800::ValueSet> values(rule.GetMappedValues(c));
+    // Only code lists have codes to name; anything else adds none.
+    const auto* codes = dynamic_cast<const tree_800::NValueSet*>(values.get());
+    if (codes == nullptr) continue;
+    const std::unique_ptr<tree_800::ValueIterator> it(codes->GetIterator());
+    while (it->HasMore()) categories[it->Next()] = c;
+  }
+  return categories;
+}
+
+}  // namespace
+
+const mdt_800::EncodingSets* RuleExportManager::UserMissingSets(const mdt_800::Variable& variable) {
+  const mdt_800::Encoder* encoder = variable.GetEncoding();
+  if (encoder == nullptr) return nullptr;
+  const mdt_800::MissingValues* missing = encoder->GetMissingValues();
+  return missing == nullptr ? nullptr : missing->GetEncodingSets();
+}
+
+std::string RuleExportManager::NominalMissingPrefix(const mdt_800::Variable& variable,
+                                                    const RuleExportOptions& options) const {
+  const std::string orText = RuleConnectorOR::Export(options);
+  std::string userMissing;
+  if (const mdt_800::EncodingSets* sets = UserMissingSets(variable)) {
+    const std::string eq = RuleConnectorEQ::Export(options);
+    bool first = true;
+    for (const auto& set : sets->GetEncodingSetList()) {
+      for (const mdt_800::EncodingItem& item : set->GetItems()) {
+        if (!first) userMissing += orText;
+        first = false;
+        userMissing +=
+            ExportVariableValuePair(variable, options, eq, item.GetValue(), PREFIX_DEFAULT);
+      }
+    }
+  }
+  std::string prefix;
+  if (options.fnDialect == DIALECT_SQL) {
+    prefix = Variable_Export(variable, options) + RulesStr[RS_IS_NULL];
+    if (!userMissing.empty()) prefix += orText + userMissing;
+    ExportUtil::WrapExpression(prefix, ExportUtil::CH_BRACKETS, 1);
+  } else if (options.fnDialect == DIALECT_VELD &&
+             variable.GetStorageType() != mdt_800::Variable::STORAGE_STRING) {
+    prefix = ExportPrefixedName(variable, options, PREFIX_SYSMIS);
+    if (!userMissing.empty()) prefix += orText + userMissing;
+  } else {
+    prefix = userMissing;
+  }
+  return prefix;
+}
+
+std::string RuleExportManager::NominalSplitRule_Export(const tree_800::SplitRule& rule, int child,
+                                                       ExportTargetFlag /*target*/,
+                                                       const RuleExportOptions& options,
+                                                       bool includeMissing) const {
+  const bool labelMode = options.fnEdgeMode == EDGE_MODE_LABEL;
+  const std::string orText = RuleConnectorOR::Export(options);
+  const std::string joiner = includeMissing ? RuleConnectorAND::Export(options) : orText;
+  const std::string comparator = includeMissing && !labelMode ? RuleConnectorNE::Export(options)
+                                                              : RuleConnectorEQ::Export(options);
+  const mdt_800::Variable& variable = Predictor(rule);
+  const mdt_800::Encoder* encoder = variable.GetEncoding();
+
+  std::string prefix;
+  if (includeMissing && options.fnDialect != DIALECT_GENERIC) {
+    prefix = NominalMissingPrefix(variable, options);
+  }
+  const std::map<int, int> categories = CategoryMap(rule);
+  // The label form lists the child's own categories; the prefix above keeps
+  // the caller's flag.
+  if (labelMode) includeMissing = false;
+
+  std::string result;
+  bool selectedBefore = false;
+  for (const auto& [code, owner] : categories) {
+    if (includeMissing ? owner == child : owner != child) continue;
+    if (selectedBefore && !labelMode) result += joiner;
+    selectedBefore = true;
+    const mdt_800::EncodingSets decoded =
+        encoder != nullptr ? encoder->Decode(code) : GetEncodingSetList(code);
+    for (const auto& set : decoded.GetEncodingSetList()) {
+      for (const mdt_800::EncodingItem& item : set->GetItems()) {
+        const mdt_800::Variant& value = item.GetValue();
+        if (labelMode && !result.empty()) {
+          result += RulesStr[RS_COMMA];
+          result += ExportValue(variable, value, variable.GetValueLabel(value), options);
+        } else {
+          result += ExportVariableValuePair(variable, options, comparator, value, PREFIX_DEFAULT);
+        }
+        if (!prefix.empty()) {
+          result = prefix + orText + result;
+          prefix.clear();
+        }
+      }
+    }
+  }
+  if (!categories.empty()) ExportUtil::WrapExpression(result, ExportUtil::CH_BRACKETS, 1);
+  return result;
+}
+
+}  // namespace TreeOut_800
