@@ -1,0 +1,86 @@
+#include "outputmodels.h"
+
+#include <limits>
+
+namespace outputtest {
+
+using refhost::Split;
+
+refhost::Model RegionModel() {
+  refhost::ModelBuilder b;
+  int const region = b.Nominal("region", {1L, 2L, 3L, 4L, 5L}).Missing({9L});
+  b.ClassTarget("risk", {"low", "high"});
+  b.Node(0).SplitCodes(region, {{1, 2}, {3}, {4, 5}}).MissingChild(2).Children({1, 2, 3});
+  b.Node(0).Predict(1, {0.6, 0.4});
+  b.Node(1).Predict(1, {0.8, 0.2});
+  b.Node(2).Predict(2, {0.25, 0.75});
+  b.Node(3).Predict(1, {0.5, 0.5});
+  return b.Build();
+}
+
+refhost::Model CompositionModel() {
+  refhost::ModelBuilder b;
+  int const p = b.Nominal("p", {"a", "b", "c"});
+  int const q = b.Nominal("q", {"d", "e"});
+  int const r = b.Nominal("r", {"f", "g", "h"});
+  b.ClassTarget("t", {"x", "y"});
+  b.Node(0).SplitCodes(p, {{1}, {2}, {3}}).Children({1, 2, 5});
+  b.Node(1).SplitCodes(q, {{1}, {2}}).Children({3, 4});
+  b.Node(5).SplitCodes(r, {{1}, {2}, {3}}).Children({6, 7, 8});
+  for (unsigned int id = 0; id <= 8; ++id) b.Node(id).Predict(1 + id % 2, {0.5, 0.5});
+  return b.Build();
+}
+
+refhost::Model RichModel() {
+  double const inf = std::numeric_limits<double>::infinity();
+  refhost::ModelBuilder b;
+  int const age = b.Scale("age").Missing({999.0});
+  int const region = b.Nominal("region", {1L, 2L, 3L, 4L, 5L}).Missing({9L});
+  int const color = b.Nominal("color", {"red", "green", "blue", "other"});
+  int const size = b.OrderedCategories("size", {"S", "M", "L", "XL"});
+  int const income = b.Scale("income").MissingRange(-inf, -1.0);
+  b.ClassTarget("risk", {"low", "mid", "high"});
+
+  // Age first; region and color stand in when age is missing.
+  b.Node(0)
+      .SplitOrdinal(age, {30.0, 50.0})
+      .Surrogate(Split::Codes(region, {{1, 2}, {3}, {4, 5}}))
+      .Surrogate(Split::Nominal(color, {{"red"}, {"green", "blue"}, {"other"}}))
+      .DefaultChild(1)
+      .Children({1, 2, 3});
+  b.Node(1)
+      .SplitNominal(color, {{"red"}, {"green", "blue"}, {"other"}})
+      .MissingChild(2)
+      .Children({4, 5, 6});
+  b.Node(2)
+      .SplitBy(Split::CategoryCuts(size, {"M"}))
+      .Surrogate(Split::Cuts(income, {2500.0}))
+      .DefaultChild(0)
+      .Children({7, 8});
+  // No default child: a record that neither rule places stops here.
+  b.Node(3)
+      .SplitCodes(region, {{1, 2, 3}, {4, 5}})
+      .Surrogate(Split::Cuts(age, {70.0}))
+      .Children({9, 10});
+  b.Node(5).SplitOrdinal(income, {1000.0, 5000.0}).MissingChild(0).Children({11, 12, 13});
+  b.Node(8)
+      .SplitBy(Split::CategoryCuts(size, {"L"}).Missing(1))
+      .Surrogate(Split::Nominal(color, {{"red", "green"}, {"blue", "other"}}))
+      .Children({14, 15});
+  for (unsigned int id = 0; id <= 15; ++id) {
+    b.Node(id).Predict(1 + id % 3, {0.5, 0.3, 0.2});
+  }
+  return b.Build();
+}
+
+TreeOut_800::RuleExportOptions Options(int dialect, int updateMode, int edgeMode,
+                                       int numberFormat) {
+  TreeOut_800::RuleExportOptions options;
+  options.fnDialect = dialect;
+  options.fnUpdateMode = updateMode;
+  options.fnEdgeMode = edgeMode;
+  options.fnNumberFormat = numberFormat;
+  return options;
+}
+
+}  // namespace outputtest
