@@ -32,13 +32,12 @@ refhost::Model CompositionModel() {
 }
 
 refhost::Model RichModel() {
-  double const inf = std::numeric_limits<double>::infinity();
   refhost::ModelBuilder b;
   int const age = b.Scale("age").Missing({999.0});
   int const region = b.Nominal("region", {1L, 2L, 3L, 4L, 5L}).Missing({9L});
   int const color = b.Nominal("color", {"red", "green", "blue", "other"});
   int const size = b.OrderedCategories("size", {"S", "M", "L", "XL"});
-  int const income = b.Scale("income").MissingRange(-inf, -1.0);
+  int const income = b.Scale("income").MissingRange(-1e9, -1.0);
   b.ClassTarget("risk", {"low", "mid", "high"});
 
   // Age first; region and color stand in when age is missing.

@@ -22,7 +22,7 @@ refhost::Model CompositionModel();
 // and missing-value and default children over six variables:
 //   age (scale, 999 user-missing), region (1-5, 9 user-missing),
 //   color (red, green, blue, other), size (ordered S, M, L, XL),
-//   income (scale, negative values user-missing), risk (the target).
+//   income (scale, -1e9 to -1 user-missing), risk (the target).
 refhost::Model RichModel();
 
 TreeOut_800::RuleExportOptions Options(int dialect, int updateMode, int edgeMode = 0,
