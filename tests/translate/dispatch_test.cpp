@@ -142,13 +142,6 @@ TEST(Dispatch, OrderedStringsAsCategories) {
   EXPECT_EQ(manager.SplitRule_Export(childless, 0, TARGET_NODE, Options(DIALECT_SQL)), "");
 }
 
-TEST(Dispatch, EveryRuleIsValid) {
-  Host host;
-  const int x = host.Add(translatetest::Numeric("x"));
-  const FakeRule rule(x, -1, {});
-  EXPECT_TRUE(host.Manager().SplitRule_IsValid(rule));
-}
-
 TEST(Dispatch, HostFaultReleasesEverything) {
   const char* const kOperations[] = {"EncodedValues", "GetMappedValues", "GetIterator",
                                      "Next",          "Decode",          "GetItems"};
