@@ -295,3 +295,84 @@ TEST(ExportRules, WrapsOnlyVeldText) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ExportRules, FramesEveryDialectAndModeOnAMixedTree) {
+  // Nominal, ordinal and ordered-string splits with surrogates and
+  // user-missing values; several leaves, one leaf, the root alone.
+  refhost::Model const model = outputtest::RichModel();
+  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+  std::string const veldEnd = ").\nFILTER BY filter_$.\nEXECUTE.\n";
+  std::string const genericError = "\nExportGenericUpdate ERROR: >1 nodes to update\n";
+  struct Case {
+    int dialect;
+    int update;
+    std::vector<unsigned int> nodes;
+    std::string begin;  // the whole text when `end` is null
+    char const* end;
+  };
+  const Case kCases[] = {
+      {0, 0, {12, 9, 14}, "SELECT * FROM <TABLE>\nWHERE (", ");"},
+      {0, 1, {12, 9, 14}, "\nExportSQLlUpdate ERROR: >1 nodes to update\n", nullptr},
+      {1, 0, {12, 9, 14}, "COMPUTE filter_$ = ((", veldEnd.c_str()},
+      {1, 1, {12, 9, 14}, "\nExportVELDUpdate ERROR: >1 nodes to update\n", nullptr},
+      {2, 0, {12, 9, 14}, genericError, nullptr},
+      {2, 1, {12, 9, 14}, genericError, nullptr},
+      {0,
+       1,
+       {14},
+       "UPDATE <TABLE>\n\tSET nod_001 = 14,\tpre_001 = 'high',\tprb_001 = 0.200000\nWHERE ((",
+       ");"},
+      {1,
+       1,
+       {14},
+       "DO IF ((",
+       ".\nCOMPUTE nod_001 = 14.\nCOMPUTE pre_001 = 'high'.\n"
+       "COMPUTE prb_001 = 0.200000.\nEND IF.\nEXECUTE.\n"},
+      {2,
+       1,
+       {14},
+       "IF ((",
+       "\nTHEN\n\tNode = 14\n\tPrediction = 'high'\n\tProbability = 0.200000\n"},
+      {0, 0, {0}, "SELECT * FROM <TABLE>;", nullptr},
+      {0,
+       1,
+       {0},
+       "UPDATE <TABLE>\n\tSET nod_001 = 0,\tpre_001 = 'low',\tprb_001 = 0.500000;",
+       nullptr},
+      {1, 0, {0}, "COMPUTE filter_$ = (1" + veldEnd, nullptr},
+      {1,
+       1,
+       {0},
+       "DO IF (1).\nCOMPUTE nod_001 = 0.\nCOMPUTE pre_001 = 'low'.\n"
+       "COMPUTE prb_001 = 0.500000.\nEND IF.\nEXECUTE.\n",
+       nullptr},
+      {2,
+       0,
+       {0},
+       "IF (1)\nTHEN\n\tNode = 0\n\tPrediction = 'low'\n\tProbability = 0.500000\n",
+       nullptr},
+  };
+  for (Case const& c : kCases) {
+    std::string const text = Export(adapter, Options(c.dialect, c.update), Select(model, c.nodes));
+    std::string const where = "dialect " + std::to_string(c.dialect) + ", update " +
+                              std::to_string(c.update) + ", first node " +
+                              std::to_string(c.nodes.front()) + ":\n" + text;
+    if (c.end == nullptr) {
+      EXPECT_EQ(text, c.begin) << where;
+      continue;
+    }
+    std::string const end = c.end;
+    ASSERT_GE(text.size(), c.begin.size() + end.size()) << where;
+    EXPECT_EQ(text.substr(0, c.begin.size()), c.begin) << where;
+    EXPECT_EQ(text.substr(text.size() - end.size()), end) << where;
+  }
+  // Select and update statements carry the same condition.
+  std::string const select = Export(adapter, Options(0, 0), Select(model, {14}));
+  std::string const update = Export(adapter, Options(0, 1), Select(model, {14}));
+  std::string const condition = select.substr(select.find("\nWHERE "));
+  EXPECT_EQ(update.substr(update.find("\nWHERE ")), condition);
+}
+
+}  // namespace
