@@ -38,7 +38,7 @@ class TREEOUT_EXPORT RulesOutputAdapter {
   RulesOutputAdapter& operator=(RulesOutputAdapter const&) = delete;
 
   // The statement for the nodes of `selection` in the options' dialect and
-  // mode; VELD text is wrapped into lines of at most 256 characters. A
+  // mode; VELD text is wrapped into lines at width 256. A
   // writer's error text is returned as the result; an unknown dialect gives "".
   // The caller's selection is not changed.
   virtual StringWrapper ExportRules(RuleExportOptions const& options,
