@@ -5,7 +5,9 @@
 // document's ids are kept for display either way. A node's children give its
 // split (pmmlsplits.cpp); its score and ScoreDistribution its statistics.
 #include <cctype>
+#include <cerrno>
 #include <climits>
+#include <cstring>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -222,10 +224,10 @@ PmmlModel LoadPmml(std::string const& text) {
 
 PmmlModel LoadPmmlFile(std::string const& path) {
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw PmmlError("cannot read " + path, 0);
+  if (!in) throw PmmlError(std::string("cannot read the file: ") + std::strerror(errno), 0);
   std::ostringstream text;
   text << in.rdbuf();
-  if (in.bad()) throw PmmlError("cannot read " + path, 0);
+  if (in.bad()) throw PmmlError("cannot read the file", 0);
   return LoadPmml(text.str());
 }
 

@@ -1,0 +1,67 @@
+#include "cli/ruleswriter.h"
+
+#include "cli/recordreader.h"
+#include "output/rulesoutputadapter.h"
+#include "selection/rulesnodeselection.h"
+
+namespace treeout_cli {
+namespace {
+
+void Leaves(tree_800::Node const* node, std::vector<tree_800::Node const*>* leaves) {
+  std::vector<tree_800::Node const*> stack{node};
+  while (!stack.empty()) {
+    tree_800::Node const* n = stack.back();
+    stack.pop_back();
+    if (n->GetNumChildren() == 0) leaves->push_back(n);
+    for (int i = n->GetNumChildren() - 1; i >= 0; --i) stack.push_back(n->GetChild(i));
+  }
+}
+
+// One statement: the adapter's text with the table name put in and a final
+// line feed; a writer's error text becomes an InputError.
+std::string Statement(TreeOut_800::RulesOutputAdapter const& adapter, RulesRequest const& request,
+                      TreeOut_800::RulesNodeSelection const& selection) {
+  std::string text = adapter.ExportRules(request.options, selection).Str();
+  std::size_t const error = text.find(" ERROR: ");
+  if (!text.empty() && text[0] == '\n' && error != std::string::npos) {
+    std::size_t const end = text.find('\n', 1);
+    throw InputError(text.substr(1, end == std::string::npos ? std::string::npos : end - 1));
+  }
+  if (!request.table.empty()) {
+    std::string const placeholder = "<TABLE>";
+    for (std::size_t at = text.find(placeholder); at != std::string::npos;
+         at = text.find(placeholder, at + request.table.size())) {
+      text.replace(at, placeholder.size(), request.table);
+    }
+  }
+  if (text.empty() || text.back() != '\n') text += '\n';
+  return text;
+}
+
+}  // namespace
+
+std::string WriteRules(refhost::PmmlModel const& model, RulesRequest const& request) {
+  refhost::Model const& m = model.GetModel();
+  TreeOut_800::RulesOutputAdapter const adapter(&m.GetTree(), &m.GetMetadata());
+  int const number = TreeOut_800::RulesNodeSelection::kDefaultNodeNumber;
+  if (!request.nodes.empty()) {
+    TreeOut_800::RulesNodeSelection selection;
+    for (std::string const& id : request.nodes) {
+      std::optional<unsigned int> const host = model.HostId(id);
+      if (!host) throw InputError("the tree has no node '" + id + "'");
+      selection.AddNode(m.Find(*host), number);
+    }
+    return Statement(adapter, request, selection);
+  }
+  std::vector<tree_800::Node const*> leaves;
+  Leaves(m.Root(), &leaves);
+  std::string text;
+  for (tree_800::Node const* leaf : leaves) {
+    TreeOut_800::RulesNodeSelection selection;
+    selection.AddNode(leaf, number);
+    text += Statement(adapter, request, selection);
+  }
+  return text;
+}
+
+}  // namespace treeout_cli
