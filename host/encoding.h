@@ -10,7 +10,8 @@
 namespace mdt_800 {
 
 // One value, or one end of a range, with its inclusive flag. An end that is a
-// double infinity is an unbounded end.
+// unbounded end holds one of the two extreme bounds (the double just above
+// -DBL_MAX below, DBL_MAX above), which rule text can write and databases read.
 class EncodingItem {
  public:
   EncodingItem(Variant const& value, bool inclusive);

@@ -1,6 +1,8 @@
 // The builder's variable declarations and the metadata made from them.
 #include "refhost/builder.h"
 
+#include "refhost/extremes.h"
+
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -24,9 +26,9 @@ mdt_800::EncodingSets SingleValue(mdt_800::Variant const& value) {
 mdt_800::EncodingSets OneRange(double lower, bool lowerInclusive, double upper,
                                bool upperInclusive) {
   mdt_800::EncodingSets sets;
-  sets.AddEncodingSet(
-      mdt_800::Interval(mdt_800::EncodingItem(mdt_800::Variant(lower), lowerInclusive),
-                        mdt_800::EncodingItem(mdt_800::Variant(upper), upperInclusive)));
+  sets.AddEncodingSet(mdt_800::Interval(
+      mdt_800::EncodingItem(mdt_800::Variant(refhost::BoundEnd(lower)), lowerInclusive),
+      mdt_800::EncodingItem(mdt_800::Variant(refhost::BoundEnd(upper)), upperInclusive)));
   return sets;
 }
 

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "host/encoding.h"
+#include "refhost/extremes.h"
 #include "refhost/objectcounts.h"
 
 namespace mdt_800 {
@@ -26,8 +27,12 @@ bool EncodingItem::IsInclusive() const { return fnInclusive; }
 
 void EncodingItem::SetInclusive(bool inclusive) { fnInclusive = inclusive; }
 
+// The host writes unbounded ends as the extreme bounds; a true infinity given
+// by a caller counts as unbounded as well.
 bool EncodingItem::IsInfinity() const {
-  return fnValue.GetType() == Variant::TYPE_DOUBLE && std::isinf(static_cast<double>(fnValue));
+  if (fnValue.GetType() != Variant::TYPE_DOUBLE) return false;
+  double const x = static_cast<double>(fnValue);
+  return std::isinf(x) || x == refhost::kLowestBound || x == refhost::kHighestBound;
 }
 
 }  // namespace mdt_800

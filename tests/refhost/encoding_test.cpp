@@ -1,6 +1,7 @@
 // Values, their order, encoding sets and the encoders that the builder makes.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -8,6 +9,7 @@
 
 #include "host/systemmissing.h"
 #include "refhost/builder.h"
+#include "refhost/extremes.h"
 
 namespace {
 
@@ -88,6 +90,10 @@ TEST(EncodingSets, CopiesDeeplyAndFindsFirstIntervalAndValue) {
 TEST(EncodingItem, InfinityIsADoubleInfinityOnly) {
   EXPECT_TRUE(mdt_800::EncodingItem(Variant(kInf), true).IsInfinity());
   EXPECT_TRUE(mdt_800::EncodingItem(Variant(-kInf), true).IsInfinity());
+  EXPECT_TRUE(mdt_800::EncodingItem(Variant(refhost::kLowestBound), true).IsInfinity());
+  EXPECT_TRUE(mdt_800::EncodingItem(Variant(refhost::kHighestBound), true).IsInfinity());
+  EXPECT_FALSE(mdt_800::EncodingItem(Variant(-DBL_MAX), true).IsInfinity()) << "system-missing";
+  EXPECT_FALSE(mdt_800::EncodingItem(Variant(1e308), true).IsInfinity());
   EXPECT_FALSE(mdt_800::EncodingItem(Variant(1e308), true).IsInfinity());
   EXPECT_FALSE(mdt_800::EncodingItem(Variant("inf"), true).IsInfinity());
   EXPECT_FALSE(mdt_800::EncodingItem(Variant(), true).IsInfinity());
@@ -165,7 +171,8 @@ TEST(Encoder, DecodesCodesToValuesAndRanges) {
   ASSERT_NE(south, nullptr);
   EXPECT_EQ(*south, Variant("south"));
 
-  // Bands: [-inf, 0), [0, 10), [10, +inf).
+  // Bands: [-inf, 0), [0, 10), [10, +inf); the unbounded ends hold the
+  // finite extreme bounds.
   mdt_800::Encoder const* band = vars[2].GetEncoding();
   struct {
     double code;
@@ -173,9 +180,9 @@ TEST(Encoder, DecodesCodesToValuesAndRanges) {
     double lower;
     bool upperInfinite, upperInclusive;
     double upper;
-  } const bands[] = {{1, true, false, -kInf, false, false, 0},
+  } const bands[] = {{1, true, false, refhost::kLowestBound, false, false, 0},
                      {2, false, true, 0, false, false, 10},
-                     {3, false, true, 10, true, false, kInf}};
+                     {3, false, true, 10, true, false, refhost::kHighestBound}};
   for (auto const& c : bands) {
     mdt_800::EncodingSets const sets = band->Decode(c.code);
     EXPECT_EQ(std::unique_ptr<Variant>(sets.GetFirstValue()), nullptr);
