@@ -117,6 +117,9 @@ PmmlModel LoadPmml(std::string const& text) {
       xml.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
   Doc const doc(text);
   if (!parsed) {
+    if (parsed.status == pugi::status_no_document_element) {
+      throw PmmlError("not an XML document: it holds no element", 0);
+    }
     int line = 1;
     for (std::ptrdiff_t i = 0; i < parsed.offset && static_cast<std::size_t>(i) < text.size();
          ++i) {
