@@ -14,9 +14,8 @@ class HostObjectCheck : public ::testing::EmptyTestEventListener {
   void OnTestEnd(::testing::TestInfo const&) override {
     long const after = refhost::LiveObjects();
     if (after != fnBefore) {
-      ADD_FAILURE() << "host objects live before the test: " << fnBefore << " ("
-                    << fnReportBefore << "), after: " << after << " ("
-                    << refhost::LiveObjectsReport() << ")";
+      ADD_FAILURE() << "host objects live before the test: " << fnBefore << " (" << fnReportBefore
+                    << "), after: " << after << " (" << refhost::LiveObjectsReport() << ")";
     }
   }
   long fnBefore = 0;
