@@ -33,6 +33,8 @@ SqlCase const kCases[] = {
     {"rpart_solder_class", "trained/rpart_solder_class/model.pmml",
      "trained/rpart_solder_class/data.csv"},
     {"sk_wine_class", "trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv"},
+    {"credit_sample", "../../examples/credit.pmml", "../../examples/credit.csv"},
+    {"airline_sample", "../../examples/airline.pmml", "../../examples/airline.csv"},
 };
 
 std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
