@@ -24,34 +24,34 @@ PmmlField::Kind KindOf(Doc const& doc, pugi::xml_node field) {
   doc.Fail(field, "dataType " + Quote(type) + " is not supported");
 }
 
-void AddOnce(std::vector<std::string>& values, std::string const& value) {
-  for (auto const& v : values) {
-    if (v == value) return;
+// Values in first-seen order, each once.
+struct Named {
+  std::vector<std::string> values;
+  std::set<std::string> seen;
+  void Add(std::string const& value) {
+    if (seen.insert(value).second) values.push_back(value);
   }
-  values.push_back(value);
-}
+};
 
 // Values that the tree names per field, in document order; the target's
 // under the empty name.
-std::map<std::string, std::vector<std::string>> NamedValues(Doc const& doc,
-                                                            pugi::xml_node treeModel) {
-  std::map<std::string, std::vector<std::string>> named;
+std::map<std::string, Named> NamedValues(Doc const& doc, pugi::xml_node treeModel) {
+  std::map<std::string, Named> named;
   std::vector<pugi::xml_node> stack{treeModel};
   while (!stack.empty()) {
     pugi::xml_node const node = stack.back();
     stack.pop_back();
     std::string const name = Local(node);
     if (name == "SimplePredicate" && node.attribute("value")) {
-      AddOnce(named[node.attribute("field").value()], node.attribute("value").value());
+      named[node.attribute("field").value()].Add(node.attribute("value").value());
     } else if (name == "SimpleSetPredicate") {
       if (pugi::xml_node array = FirstChild(node, "Array")) {
-        for (auto const& v : ParseArray(doc, array))
-          AddOnce(named[node.attribute("field").value()], v);
+        for (auto const& v : ParseArray(doc, array)) named[node.attribute("field").value()].Add(v);
       }
     } else if (name == "Node" && node.attribute("score")) {
-      AddOnce(named[""], node.attribute("score").value());
+      named[""].Add(node.attribute("score").value());
     } else if (name == "ScoreDistribution") {
-      AddOnce(named[""], node.attribute("value").value());
+      named[""].Add(node.attribute("value").value());
     }
     std::vector<pugi::xml_node> children;
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
@@ -128,7 +128,7 @@ Fields DeclareFields(Doc const& doc, pugi::xml_node pmml, pugi::xml_node treeMod
   }
   pugi::xml_node const schema = FirstChild(treeModel, "MiningSchema");
   if (!schema) doc.Fail(treeModel, "no MiningSchema");
-  std::map<std::string, std::vector<std::string>> const named = NamedValues(doc, treeModel);
+  std::map<std::string, Named> const named = NamedValues(doc, treeModel);
 
   Fields fields;
   for (pugi::xml_node mining : Children(schema, "MiningField")) {
@@ -195,7 +195,7 @@ Fields DeclareFields(Doc const& doc, pugi::xml_node pmml, pugi::xml_node treeMod
     if (def.categorical && def.categories.empty()) {
       auto const it = named.find(isTarget ? std::string() : name);
       if (it != named.end()) {
-        for (auto const& text : it->second) {
+        for (auto const& text : it->second.values) {
           if (seen.count(text) != 0) continue;  // a declared missing value
           def.categories.push_back(text);
           def.numbers.push_back(NumberAt(doc, def, element, text));
