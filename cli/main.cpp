@@ -97,7 +97,8 @@ int main(int argc, char** argv) {
       request.options.fnUseValueLabels = valueLabels ? 1 : 0;
       request.nodes = SplitIds(nodes);
       request.table = table;
-      std::cout << treeout_cli::WriteRules(Load(rulesModel), request);
+      refhost::PmmlModel model = Load(rulesModel);
+      std::cout << treeout_cli::WriteRules(model, request);
     } else {
       std::string model = kSampleModel, data = kSampleData;
       if (scoreArgs.size() == 2) {

@@ -1,6 +1,7 @@
 #include "cli/ruleswriter.h"
 
 #include "cli/recordreader.h"
+#include "cli/sqlnames.h"
 #include "output/rulesoutputadapter.h"
 #include "selection/rulesnodeselection.h"
 
@@ -40,7 +41,11 @@ std::string Statement(TreeOut_800::RulesOutputAdapter const& adapter, RulesReque
 
 }  // namespace
 
-std::string WriteRules(refhost::PmmlModel const& model, RulesRequest const& request) {
+std::string WriteRules(refhost::PmmlModel& model, RulesRequest const& request) {
+  int const dialect = request.options.fnDialect;
+  if (dialect != TreeOut_800::DIALECT_VELD && dialect != TreeOut_800::DIALECT_GENERIC) {
+    QuoteSqlNames(model.MutableModel().MutableMetadata());
+  }
   refhost::Model const& m = model.GetModel();
   TreeOut_800::RulesOutputAdapter const adapter(&m.GetTree(), &m.GetMetadata());
   int const number = TreeOut_800::RulesNodeSelection::kDefaultNodeNumber;

@@ -19,6 +19,8 @@ struct RulesRequest {
 
 // The statements, each ending with a line feed. Throws InputError for a node
 // id that the tree does not have, and for a writer's error text (its line).
-std::string WriteRules(refhost::PmmlModel const& model, RulesRequest const& request);
+// For SQL, names and labels that are not plain identifiers are first made
+// quoted identifiers in the model's metadata (QuoteSqlNames).
+std::string WriteRules(refhost::PmmlModel& model, RulesRequest const& request);
 
 }  // namespace treeout_cli

@@ -31,6 +31,7 @@ class Variable {
   std::string GetValueLabel(Variant const& value) const;
   bool IsDate() const;
 
+  void SetName(std::string name);
   void SetLabel(std::string label);
   void SetEncoding(Encoder const* encoder);
   void AddValueLabel(Variant const& value, std::string label);

@@ -21,6 +21,9 @@ class Metadata : public mdt_800::ModelMetadata {
   void SetTargetIndex(int index);
   int GetTargetIndex() const { return fnTarget; }
 
+  // Variable `index`, to change its names or labels before export.
+  mdt_800::Variable& MutableVariable(int index) { return fnVariables.at(index); }
+
   mdt_800::Variable const* GetTarget() const override;
   std::vector<mdt_800::Variable> const& GetVariables() const override;
 

@@ -20,6 +20,7 @@ class Model {
   ~Model();
 
   Metadata const& GetMetadata() const { return *fnMetadata; }
+  Metadata& MutableMetadata() { return *fnMetadata; }
   Tree const& GetTree() const { return *fnTree; }
   TreeNode const* Root() const { return fnTree->Root(); }
   // The node with this id, or null.

@@ -31,6 +31,8 @@ std::string Variable::GetValueLabel(Variant const& value) const {
 
 bool Variable::IsDate() const { return fnIsDate; }
 
+void Variable::SetName(std::string name) { fnName = std::move(name); }
+
 void Variable::SetLabel(std::string label) { fnLabel = std::move(label); }
 void Variable::SetEncoding(Encoder const* encoder) { fnEncoder = encoder; }
 

@@ -61,6 +61,7 @@ class PmmlModel {
             MissingStrategy missing, NoTrueChildStrategy noTrueChild, std::string modelName);
 
   Model const& GetModel() const { return fnModel; }
+  Model& MutableModel() { return fnModel; }
   std::vector<PmmlField> const& Fields() const { return fnFields; }
   MissingStrategy GetMissingStrategy() const { return fnMissing; }
   NoTrueChildStrategy GetNoTrueChildStrategy() const { return fnNoTrueChild; }
