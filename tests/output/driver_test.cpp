@@ -212,10 +212,13 @@ TEST(ExportRules, FetchesANodesSplitRulesOncePerAdapter) {
   refhost::Model const model = outputtest::RichModel();
   RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
   RulesNodeSelection const selection = Select(model, {4, 12, 7, 14, 9, 10});
-  std::string const first = Export(adapter, Options(DIALECT_SQL, 0), selection);
+  // A dialect that writes nothing builds the chains all the same.
+  EXPECT_EQ(Export(adapter, Options(3, 0), selection), "");
+  std::string first;
   for (char const* operation : {"GetSplitRule", "GetSurrogate"}) {
     // Armed to throw on the next call: no later export may make one.
     refhost::FaultGuard const guard(operation, 1);
+    if (first.empty()) first = Export(adapter, Options(DIALECT_SQL, 0), selection);
     for (RuleExportOptions const& options : AllOptions()) {
       adapter.ExportRules(options, selection);
       adapter.ExportRules(options, Select(model, {13}));
