@@ -59,22 +59,31 @@ TEST(RulesNodeSelectionTest, WorkedExampleStepByStep) {
 }
 
 TEST(RulesNodeSelectionTest, SmallCases) {
-  refhost::Model m = SmallTree();
+  refhost::Model small = SmallTree();
   struct Case {
     char const* what;
     std::vector<std::pair<unsigned int, int>> adds;
     IdList expected;
+    bool wide = false;  // the root has two more leaves, 5 and 6
   };
   Case const cases[] = {
       {"root alone", {{0, kDefault}}, {{0, 0}}},
       {"root swallows selected descendants", {{3, 5}, {2, 6}, {0, 9}}, {{0, 9}}},
       {"ancestor replaces descendants, appended last", {{2, 6}, {3, 5}, {1, 8}}, {{0, 8}}},
       {"ancestor of one selected node", {{3, 5}, {1, 8}}, {{1, 8}}},
-      {"order kept after a removal", {{3, 5}, {2, 6}, {4, kDefault}}, {{0, 4}}},
+      {"the node completing a set gives the merge its number",
+       {{3, 5}, {2, 6}, {4, kDefault}},
+       {{0, 4}}},
       {"same node twice keeps the first number", {{2, 6}, {2, 7}}, {{2, 6}}},
       {"explicit number stored unchanged", {{4, -5}}, {{4, -5}}},
+      {"removals keep the order of the rest, the parent comes last",
+       {{3, 30}, {2, 20}, {5, 50}, {4, 40}},
+       {{2, 20}, {5, 50}, {1, 40}},
+       true},
   };
+  refhost::Model wide = ShapeTree({{0, {1, 2, 5, 6}}, {1, {3, 4}}});
   for (Case const& c : cases) {
+    refhost::Model const& m = c.wide ? wide : small;
     RulesNodeSelection selection;
     for (auto const& [id, number] : c.adds) selection.AddNode(m.Find(id), number);
     EXPECT_EQ(selection.EnumerateNodeIds(), c.expected) << c.what;
