@@ -155,6 +155,10 @@ TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
   std::unique_ptr<RecordClassifier> unrestricted(
       RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
   EXPECT_EQ(unrestricted->Classify(refhost::MakeRecord({25.0, "y", 0.0, "low"})), 1);
+  // The record is encoded all the same.
+  refhost::Record const record = refhost::MakeRecord({25.0, "y", 0.0, "low"});
+  refhost::FaultGuard const guard("Encode", 1);
+  EXPECT_THROW(unrestricted->Classify(record), std::runtime_error);
 }
 
 TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
