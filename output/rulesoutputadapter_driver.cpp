@@ -82,7 +82,7 @@ std::string RulesOutputAdapter::ExportActiveSubtree(
 std::string RulesOutputAdapter::ExportEdge(RuleExportOptions const& options,
                                            tree_800::Node const* node, int childIndex) const {
   std::unique_ptr<AttemptChain>& cached = fnAttemptChains[node];
-  // Built before it is stored, so a host exception leaves no half-made chain.
+  // A host exception while building leaves a null entry, which the next call builds again.
   if (!cached) cached.reset(fnExportManager->BuildAttemptChain(*node));
   cached->SetExportTarget(childIndex);
   return cached->Export(options, *fnMetadata);
