@@ -52,7 +52,7 @@ TEST(Dispatch, IncludeMissingFromMappingAndTarget) {
 
 struct ExporterCase {
   const char* name;
-  bool string;
+  int storage;  // 0 numeric; any other value is not a number
   int level;
   enum { kNone, kMap, kPlain } encoder;
   bool nominalSets;
@@ -74,6 +74,8 @@ TEST(Dispatch, ExporterByLevelAndStorage) {
        "(NOT(v IS NULL)  AND  (v <= 1))"},
       {"ordinal string with map encoder", true, V::LEVEL_ORDINAL, ExporterCase::kMap, false,
        "(v = 'a')"},
+      {"ordinal, storage 2, map encoder", 2, V::LEVEL_ORDINAL, ExporterCase::kMap, false,
+       "(v = 'a')"},
   };
   for (const ExporterCase& c : kCases) {
     Host host;
@@ -84,7 +86,7 @@ TEST(Dispatch, ExporterByLevelAndStorage) {
     } else if (c.encoder == ExporterCase::kPlain) {
       encoder = translatetest::NumberEncoder(nullptr);
     }
-    const int v = host.Add(mdt_800::Variable("v", c.string ? 1 : 0, c.level), std::move(encoder));
+    const int v = host.Add(mdt_800::Variable("v", c.storage, c.level), std::move(encoder));
     const FakeRule rule =
         c.nominalSets ? FakeRule(v, -1, {Codes({1}), Codes({2})})
                       : FakeRule(v, -1, {Ranged(Range::AtMost(1)), Ranged(Range::Above(1))});

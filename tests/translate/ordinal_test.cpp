@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hosttestutil.h"
 #include "refhost/faults.h"
@@ -137,6 +140,44 @@ TEST(Ordinal, IncomeWithMissingRange) {
             "(NOT(income IS NULL)  AND  (income >= 50  AND  income < 97 OR income > 99))");
 }
 
+// The range clause alone: its text and the number of ranges it counts (a
+// range written as two pieces counts two; a range with no bounded end none).
+TEST(Ordinal, RangeClauseCounts) {
+  const struct {
+    const char* name;
+    bool missingRange;
+    Interval childRange;
+    bool includeMissing;
+    ExportTargetFlag target;
+    int count;
+    const char* expected;
+  } kCases[] = {
+      {"child only", false, Child(0, false, 50, true), false, TARGET_NODE, 1,
+       "(income >= 0  AND  income < 50)"},
+      {"empty child", false, Child(0, true, 0, true), true, TARGET_NODE, 0, ""},
+      {"unbounded child", false, Interval(), false, TARGET_NODE, 0, ""},
+      {"and link, no missing range", false, Child(0, false, 50, true), true, TARGET_AND_LINK, 0,
+       ""},
+      {"and link, missing range alone", true, Child(0, false, 50, true), false, TARGET_AND_LINK, 1,
+       "(income >= 97  AND  income <= 99)"},
+      {"apart: missing range and child", true, Child(0, false, 50, true), true, TARGET_NODE, 2,
+       "(income >= 97  AND  income <= 99 OR income >= 0  AND  income < 50)"},
+      {"overlap: two pieces", true, Child(50, false, kInf, true), false, TARGET_OR_LINK, 2,
+       "(income >= 50  AND  income < 97 OR income > 99)"},
+      {"overlap, kept whole", true, Child(50, false, kInf, true), true, TARGET_NODE, 1,
+       "(income >= 50)"},
+  };
+  for (const auto& c : kCases) {
+    Income income(c.missingRange ? translatetest::Missing({}, {{97, 99}}) : nullptr);
+    std::string out = "stale";
+    EXPECT_EQ(income.host.Manager().ExportIntervals(income.Rule(-1), out, Options(DIALECT_SQL),
+                                                    c.childRange, c.includeMissing, c.target),
+              c.count)
+        << c.name;
+    EXPECT_EQ(out, c.expected) << c.name;
+  }
+}
+
 // Only the first user-missing range counts: [-9, -1] would overlap.
 TEST(Ordinal, OnlyTheFirstMissingRange) {
   const ClauseCase kCases[] = {
@@ -224,6 +265,19 @@ TEST(Ordinal, SystemMissingClause) {
   }
 }
 
+// A set of values of neither host kind, as a host may define it.
+class OtherSet : public mdt_800::EncodingSet {
+ public:
+  explicit OtherSet(const std::vector<Variant>& values) {
+    for (const Variant& value : values) fnItems.emplace_back(value, true);
+  }
+  std::vector<mdt_800::EncodingItem> GetItems() const override { return fnItems; }
+  mdt_800::EncodingSet* Clone() const override { return new OtherSet(*this); }
+
+ private:
+  std::vector<mdt_800::EncodingItem> fnItems;
+};
+
 struct DiscreteCase {
   const char* name;
   std::vector<Variant> values;
@@ -234,6 +288,7 @@ struct DiscreteCase {
   bool writeAll;
   int count;
   const char* expected;
+  std::vector<Variant> other = {};  // values of a set of another kind, last
 };
 
 TEST(Ordinal, DiscreteMissingClause) {
@@ -324,9 +379,31 @@ TEST(Ordinal, DiscreteMissingClause) {
        true,
        0,
        ""},
+      {"a set of another kind is written too",
+       {Variant(8.0)},
+       {{97, 99}},
+       DIALECT_SQL,
+       false,
+       TARGET_NODE,
+       true,
+       2,
+       "income <> 8  AND  income <> 5",
+       {Variant(5.0)}},
+      {"a set of another kind alone: none",
+       {},
+       {},
+       DIALECT_SQL,
+       false,
+       TARGET_NODE,
+       true,
+       0,
+       "",
+       {Variant(5.0)}},
   };
   for (const DiscreteCase& c : kCases) {
-    Income income(translatetest::Missing(c.values, c.ranges));
+    mdt_800::EncodingSets sets = *translatetest::Missing(c.values, c.ranges)->GetEncodingSets();
+    if (!c.other.empty()) sets.AddEncodingSet(OtherSet(c.other));
+    Income income(std::make_unique<mdt_800::MissingValues>(sets));
     std::string out = "stale";
     EXPECT_EQ(
         income.host.Manager().ExportDiscreteMissing(income.Rule(-1), out, Options(c.dialect), upTo8,
