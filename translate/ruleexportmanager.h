@@ -140,8 +140,7 @@ class RuleExportManager {
   const mdt_800::Variable& Predictor(const tree_800::SplitRule& rule) const;
   // The variable's user-missing sets; null without encoder or missing values.
   static const mdt_800::EncodingSets* UserMissingSets(const mdt_800::Variable& variable);
-  // Nominal helpers: the text admitting missing values written before the
-  // categories, and the category-code to child map.
+  // The nominal text admitting missing values, written before the categories.
   std::string NominalMissingPrefix(const mdt_800::Variable& variable,
                                    const RuleExportOptions& options) const;
 

@@ -60,11 +60,12 @@ std::string Describe(const std::vector<Variant>& record) {
   return text.str();
 }
 
-// A record on which the text and the routing knowingly part, and why.
-using KnownDifference = std::function<bool(const std::vector<Variant>&)>;
+// A record on which one child's text and the routing knowingly part, and why.
+using KnownDifference = std::function<bool(int child, const std::vector<Variant>&)>;
 
 // Runs every child's condition of the root of `model` over the records and
-// compares with the routing; records that `known` names may disagree.
+// compares with the routing; records that `known` names may disagree, and
+// some must.
 void CheckAgainstRouting(const char* name, const refhost::Model& model,
                          const std::vector<std::vector<Variant>>& values,
                          const KnownDifference& known = nullptr) {
@@ -78,6 +79,7 @@ void CheckAgainstRouting(const char* name, const refhost::Model& model,
   const RuleExportManager manager(&model.GetTree(), &model.GetMetadata());
   const tree_800::Node& root = *model.Root();
   const std::unique_ptr<AttemptChain> chain(manager.BuildAttemptChain(root));
+  int knownCount = 0;
   for (int child = 0; child < root.GetNumChildren(); ++child) {
     chain->SetExportTarget(child);
     const std::string where = chain->Export(options, model.GetMetadata());
@@ -85,11 +87,10 @@ void CheckAgainstRouting(const char* name, const refhost::Model& model,
     const unsigned int childId = root.GetChild(child)->GetId();
     std::vector<bool> isSelected(records.size(), false);
     for (int id : selected) isSelected[id] = true;
-    int knownCount = 0;
     for (std::size_t i = 0; i < records.size(); ++i) {
       const bool routed = model.Route(refhost::MakeRecord(records[i])) == childId;
       if (routed == isSelected[i]) continue;
-      if (known && known(records[i])) {
+      if (known && known(child, records[i])) {
         ++knownCount;
         continue;
       }
@@ -97,9 +98,9 @@ void CheckAgainstRouting(const char* name, const refhost::Model& model,
                     << (routed ? " routed there but not selected" : " selected but not routed")
                     << "\n  WHERE " << where;
     }
-    if (known) {
-      EXPECT_GT(knownCount, 0) << name << ", child " << child << ": the known case did not show";
-    }
+  }
+  if (known) {
+    EXPECT_GT(knownCount, 0) << name << ": the known case did not show";
   }
 }
 
@@ -210,7 +211,7 @@ TEST(SqlCheck, BinnedCodes) {
   CheckAgainstRouting("bins", b.Build(),
                       {{kNull, Variant(0.0), Variant(17.99), Variant(18.0), Variant(18.01),
                         Variant(64.99), Variant(65.0), Variant(90.0)}},
-                      [](const std::vector<Variant>& r) {
+                      [](int, const std::vector<Variant>& r) {
                         return r[0].GetType() == Variant::TYPE_DOUBLE &&
                                static_cast<double>(r[0]) == 18.0;
                       });
@@ -252,6 +253,33 @@ TEST(SqlCheck, Surrogates) {
     if (c.defaultChild >= 0) root.DefaultChild(c.defaultChild);
     CheckAgainstRouting(c.name, b.Build(), values);
   }
+}
+
+// An ordered primary split with a missing-value child, and a surrogate.
+// Known difference: the primary split's link for the later links excludes
+// only missing values and has no range, so for the child that does not take
+// missing values, where the primary split places a record (income present
+// and not user-missing) the text still lets the surrogate send it there; the
+// host never asks the surrogate then.
+TEST(SqlCheck, OrderedPrimaryWithMissingChildAndSurrogate) {
+  refhost::ModelBuilder b;
+  const int income = b.Scale("income").Missing({Variant(99.0)});
+  const int region = b.Nominal("region", {Variant("north"), Variant("east")});
+  b.Node(0)
+      .SplitOrdinal(income, {50})
+      .Children({1, 2})
+      .MissingChild(1)
+      .Surrogate(Split::Nominal(region, {{Variant("north")}, {Variant("east")}}));
+  CheckAgainstRouting("ordered primary", b.Build(),
+                      {{kNull, Variant(40.0), Variant(50.0), Variant(60.0), Variant(99.0)},
+                       {Variant("north"), Variant("east"), Variant("south"), kNull}},
+                      // Routed to child 1 by income, selected for child 0 by region.
+                      [](int child, const std::vector<Variant>& r) {
+                        return child == 0 && r[0].GetType() == Variant::TYPE_DOUBLE &&
+                               static_cast<double>(r[0]) > 50 && static_cast<double>(r[0]) != 99 &&
+                               r[1].GetType() == Variant::TYPE_STRING &&
+                               static_cast<const std::string&>(r[1]) == "north";
+                      });
 }
 
 }  // namespace
