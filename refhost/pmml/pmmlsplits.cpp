@@ -374,6 +374,10 @@ NodeSplits ReadSplits(Doc const& doc, Fields const& fields, pugi::xml_node node,
   }
   if (explicitMissing >= 0) out.missingChild = explicitMissing;
   out.primary->Missing(out.missingChild);
+  // A missing-value child takes every record the primary split cannot place,
+  // so surrogates would never be asked; leaving them out keeps the rule text
+  // from writing conditions that the tree never applies.
+  if (out.missingChild >= 0) out.surrogates.clear();
   return out;
 }
 

@@ -2,6 +2,7 @@
 // document, and its errors, each with its exact message.
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -249,6 +250,25 @@ TEST(PmmlLoader, MovesBoundsOnEncodedFieldsNotTheirMeaning) {
   refhost::Range const& right = split->GetRanges()[1];
   EXPECT_TRUE(!left.hasLower && left.hasUpper && !left.upperOpen && left.upper == below);
   EXPECT_TRUE(right.hasLower && right.lowerOpen && right.lower == below && !right.hasUpper);
+}
+
+// A missing-value child takes every record the primary split cannot place,
+// so the loader keeps no surrogates there: the rule text would otherwise
+// write conditions that the tree never applies.
+TEST(PmmlLoader, NoSurrogatesBesideAMissingValueChild) {
+  std::string const surrogate = R"(<CompoundPredicate booleanOperator="surrogate">)";
+  refhost::PmmlModel const model = refhost::LoadPmml(Document(
+      kDefault, "3",
+      R"(<CompoundPredicate booleanOperator="or"><SimplePredicate field="x" operator="isMissing"/>)" +
+          surrogate + kLess10 +
+          R"(<SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string">a</Array></SimpleSetPredicate></CompoundPredicate></CompoundPredicate>)",
+      surrogate + kAtLeast10 +
+          R"(<SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string">b</Array></SimpleSetPredicate></CompoundPredicate>)",
+      ""));
+  tree_800::Node const* root = model.GetModel().Root();
+  EXPECT_EQ(root->GetNumSurrogates(), 0);
+  std::unique_ptr<tree_800::SplitRule> primary(root->GetSplitRule(0));
+  EXPECT_EQ(primary->GetMissingValueMapping(), 0);
 }
 
 TEST(PmmlLoader, NodeIdsAndStatistics) {
