@@ -1,8 +1,7 @@
-// Node annotations: the node number, prediction and probability texts, for
-// each kind of target and prediction.
+// Node annotations: node number, prediction and probability texts for each
+// kind of target and prediction.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,172 +15,113 @@
 
 namespace {
 
+using mdt_800::EncodingItem;
+using mdt_800::EncodingSets;
 using TreeOut_800::RulesOutputAdapter;
 
-// 2017-10-21 as a date number: seconds from 1582-10-14.
-constexpr double kDate = 13727923200.0;
+constexpr double kDate = 13727923200.0;  // 2017-10-21
 
-mdt_800::EncodingSets One(mdt_800::Variant const& value) {
+EncodingSets One(mdt_800::Variant const& value) {
   mdt_800::DiscreteValues set;
-  set.AddItem(mdt_800::EncodingItem(value, true));
-  mdt_800::EncodingSets sets;
+  set.AddItem(EncodingItem(value, true));
+  EncodingSets sets;
   sets.AddEncodingSet(set);
   return sets;
 }
 
-// A target whose code 1 stands for `sets`; no encoder when `sets` is null.
-struct Target {
-  std::unique_ptr<mdt_800::EncodingSets> sets;
-  bool date = false;
-};
-
-std::unique_ptr<refhost::Metadata> MakeMetadata(Target target) {
+// A target variable whose code 1 stands for `code1`; no encoder when null.
+std::unique_ptr<refhost::Metadata> MakeMetadata(EncodingSets const* code1, bool date = false) {
   auto metadata = std::make_unique<refhost::Metadata>();
   mdt_800::Variable variable("target", mdt_800::Variable::STORAGE_NUMERIC,
                              mdt_800::Variable::LEVEL_NOMINAL);
-  variable.SetDate(target.date);
+  variable.SetDate(date);
   std::unique_ptr<mdt_800::Encoder> encoder;
-  if (target.sets) {
-    std::vector<mdt_800::EncodingSets> codes;
-    codes.push_back(*target.sets);
-    encoder = std::make_unique<refhost::CategoryEncoder>(std::move(codes), nullptr);
+  if (code1 != nullptr) {
+    encoder =
+        std::make_unique<refhost::CategoryEncoder>(std::vector<EncodingSets>{*code1}, nullptr);
   }
   metadata->SetTargetIndex(metadata->AddVariable(variable, std::move(encoder)));
   return metadata;
 }
 
-// One node with the given statistics, in a tree of its own.
-struct OneNode {
-  refhost::Tree tree;
-  refhost::TreeNode* node = tree.AddNode(4);
-};
+enum Stats { kNoStats, kClass1, kValue, kValueAndClass };
 
-TEST(GetPredictionAsString, WritesTheClassValueByItsType) {
+TEST(GetPredictionAsString, WritesThePredictionByItsType) {
+  EncodingSets interval;
+  interval.AddEncodingSet(mdt_800::Interval(EncodingItem(1.0, true), EncodingItem(2.0, false)));
+  EncodingSets twoSets = One("a");
+  twoSets.AddEncodingSet(*One("b").GetEncodingSetList().front());
+  EncodingSets const yes = One("yes"), date = One(kDate), none = One(mdt_800::Variant());
+  EncodingSets const number = One(2.5), inexact = One(0.1 + 0.2), integer = One(7L), empty;
   struct Case {
     char const* name;
-    std::function<Target()> target;  // what code 1 stands for
-    bool quoted;
-    std::string expected;
-  };
-  auto sets = [](mdt_800::EncodingSets s) {
-    return std::make_unique<mdt_800::EncodingSets>(std::move(s));
-  };
-  const Case kCases[] = {
-      {"string, quoted", [&] { return Target{sets(One("yes"))}; }, true, "'yes'"},
-      {"string, always in single quotes", [&] { return Target{sets(One("yes"))}; }, false, "'yes'"},
-      {"number", [&] { return Target{sets(One(2.5))}; }, true, "2.5"},
-      {"number written exactly", [&] { return Target{sets(One(0.1 + 0.2))}; }, true,
-       "0.30000000000000004"},
-      {"integer", [&] { return Target{sets(One(7L))}; }, true, "7"},
-      {"date, ISO",
-       [&] {
-         return Target{sets(One(kDate)), true};
-       },
-       true, "'2017-10-21'"},
-      {"date as number, still quoted",
-       [&] {
-         return Target{sets(One(kDate)), true};
-       },
-       false, "'13727923200'"},
-      {"no encoder: the code itself", [] { return Target{}; }, true, "1"},
-      {"no value", [&] { return Target{sets(One(mdt_800::Variant()))}; }, true, ""},
-      {"an interval: two items",
-       [&] {
-         mdt_800::EncodingSets s;
-         s.AddEncodingSet(mdt_800::Interval(mdt_800::EncodingItem(1.0, true),
-                                            mdt_800::EncodingItem(2.0, false)));
-         return Target{sets(std::move(s))};
-       },
-       true, ""},
-      {"two sets",
-       [&] {
-         mdt_800::EncodingSets s = One("a");
-         s.AddEncodingSet(*One("b").GetEncodingSetList().front());
-         return Target{sets(std::move(s))};
-       },
-       true, ""},
-      {"no sets", [&] { return Target{sets(mdt_800::EncodingSets())}; }, true, ""},
-  };
-  for (Case const& c : kCases) {
-    auto const metadata = MakeMetadata(c.target());
-    OneNode n;
-    n.node->SetClassStatistics(1, {0.6, 0.4});
-    RulesOutputAdapter const adapter(&n.tree, metadata.get());
-    EXPECT_EQ(adapter.GetPredictionAsString(n.node, c.quoted), c.expected) << c.name;
-  }
-}
-
-TEST(GetPredictionAsString, WritesTheRegressionValue) {
-  struct Case {
-    char const* name;
+    EncodingSets const* code1;
     bool dateTarget;
+    Stats stats;
     bool quoted;
-    bool alsoClassStatistics;
     std::string expected;
-  };
-  const Case kCases[] = {
-      {"number", false, true, false, "12.5"},
-      {"date, quoted", true, true, false, "'2017-10-21'"},
-      {"date, bare", true, false, false, "13727923200"},
-      {"value statistics win over class statistics", false, true, true, "12.5"},
+  } const kCases[] = {
+      {"string, quoted", &yes, false, kClass1, true, "'yes'"},
+      {"string, always quoted", &yes, false, kClass1, false, "'yes'"},
+      {"number", &number, false, kClass1, true, "2.5"},
+      {"number written exactly", &inexact, false, kClass1, true, "0.30000000000000004"},
+      {"integer", &integer, false, kClass1, true, "7"},
+      {"date, ISO", &date, true, kClass1, true, "'2017-10-21'"},
+      {"date as number, still quoted", &date, true, kClass1, false, "'13727923200'"},
+      {"no encoder: the code", nullptr, false, kClass1, true, "1"},
+      {"no value", &none, false, kClass1, true, ""},
+      {"an interval", &interval, false, kClass1, true, ""},
+      {"two sets", &twoSets, false, kClass1, true, ""},
+      {"no sets", &empty, false, kClass1, true, ""},
+      {"regression", nullptr, false, kValue, true, "12.5"},
+      {"regression date, quoted", nullptr, true, kValue, true, "'2017-10-21'"},
+      {"regression date, bare", nullptr, true, kValue, false, "13727923200"},
+      {"value statistics win", nullptr, false, kValueAndClass, true, "12.5"},
+      {"no prediction", nullptr, false, kNoStats, true, ""},
   };
   for (Case const& c : kCases) {
-    Target target;
-    target.date = c.dateTarget;
-    auto const metadata = MakeMetadata(std::move(target));
-    OneNode n;
-    n.node->SetValueStatistics(c.dateTarget ? kDate : 12.5);
-    if (c.alsoClassStatistics) n.node->SetClassStatistics(1, {1.0});
-    RulesOutputAdapter const adapter(&n.tree, metadata.get());
-    EXPECT_EQ(adapter.GetPredictionAsString(n.node, c.quoted), c.expected) << c.name;
+    auto const metadata = MakeMetadata(c.code1, c.dateTarget);
+    refhost::Tree tree;
+    refhost::TreeNode* node = tree.AddNode(4);
+    if (c.stats == kValue || c.stats == kValueAndClass) {
+      node->SetValueStatistics(c.dateTarget ? kDate : 12.5);
+    }
+    if (c.stats == kClass1 || c.stats == kValueAndClass) node->SetClassStatistics(1, {0.6, 0.4});
+    RulesOutputAdapter const adapter(&tree, metadata.get());
+    EXPECT_EQ(adapter.GetPredictionAsString(node, c.quoted), c.expected) << c.name;
   }
-}
-
-TEST(GetPredictionAsString, IsEmptyWithoutAPrediction) {
-  auto const metadata = MakeMetadata(Target{});
-  OneNode n;
-  RulesOutputAdapter const adapter(&n.tree, metadata.get());
-  EXPECT_EQ(adapter.GetPredictionAsString(n.node, true), "");
 }
 
 TEST(NodeAnnotations, AssignNumberPredictionAndProbability) {
-  auto const metadata = MakeMetadata(Target{std::make_unique<mdt_800::EncodingSets>(One("yes"))});
-  OneNode classNode;
-  classNode.node->SetClassStatistics(1, {0.75, 0.25});
-  OneNode valueNode;
-  valueNode.node->SetValueStatistics(3.0);
-  RulesOutputAdapter const adapter(&classNode.tree, metadata.get());
+  EncodingSets const yes = One("yes");
+  auto const withEncoder = MakeMetadata(&yes);
+  auto const withoutEncoder = MakeMetadata(nullptr);
+  EncodingSets interval;
+  interval.AddEncodingSet(mdt_800::Interval(EncodingItem(1.0, true), EncodingItem(2.0, false)));
+  auto const intervalTarget = MakeMetadata(&interval);
+  refhost::Tree tree;
+  refhost::TreeNode* classNode = tree.AddNode(4);
+  classNode->SetClassStatistics(1, {0.75, 0.25});
+  refhost::TreeNode* thirdClass = tree.AddNode(5);
+  thirdClass->SetClassStatistics(3, {0.1, 0.2, 0.7});
+  refhost::TreeNode* valueNode = tree.AddNode(6);
+  valueNode->SetValueStatistics(3.0);
+  RulesOutputAdapter const adapter(&tree, withEncoder.get());
+  RulesOutputAdapter const codes(&tree, withoutEncoder.get());
+  RulesOutputAdapter const unwritable(&tree, intervalTarget.get());
 
-  EXPECT_EQ(adapter.GenerateNodeId(classNode.node, 12, "Node"), "Node = 12");
-  EXPECT_EQ(adapter.GenerateNodeId(nullptr, 12, "nod_001"), "nod_001 = 12");
+  EXPECT_EQ(adapter.GenerateNodeId(classNode, 12, "Node"), "Node = 12");
   EXPECT_EQ(adapter.GenerateNodeId(nullptr, -3, "n"), "n = -3");
-  EXPECT_EQ(adapter.GenerateNodePrediction(classNode.node, 12, "Prediction", true),
+  EXPECT_EQ(adapter.GenerateNodePrediction(classNode, 12, "Prediction", true),
             "Prediction = 'yes'");
-  EXPECT_EQ(adapter.GenerateNodeConfidence(classNode.node, 12, "Probability"),
-            "Probability = 0.750000");
-  EXPECT_EQ(adapter.GenerateNodeConfidence(valueNode.node, 12, "prb_001"),
+  EXPECT_EQ(adapter.GenerateNodeConfidence(classNode, 12, "Probability"), "Probability = 0.750000");
+  EXPECT_EQ(adapter.GenerateNodeConfidence(valueNode, 12, "prb_001"),
             "\nGenerateNodeConfidence ERROR: not a classification tree.\n");
-}
-
-TEST(NodeAnnotations, PredictionOfAClassWithoutEncoderIsTheCode) {
-  auto const metadata = MakeMetadata(Target{});
-  OneNode n;
-  n.node->SetClassStatistics(3, {0.1, 0.2, 0.7});
-  RulesOutputAdapter const adapter(&n.tree, metadata.get());
-  EXPECT_EQ(adapter.GenerateNodePrediction(n.node, 12, "pre_001", false), "pre_001 = 3");
-  // The probability is that of the predicted code.
-  EXPECT_EQ(adapter.GenerateNodeConfidence(n.node, 12, "p"), "p = 0.700000");
-}
-
-TEST(NodeAnnotations, AnUnwritablePredictionLeavesTheAssignmentOpen) {
-  mdt_800::EncodingSets sets;
-  sets.AddEncodingSet(
-      mdt_800::Interval(mdt_800::EncodingItem(1.0, true), mdt_800::EncodingItem(2.0, false)));
-  auto const metadata = MakeMetadata(Target{std::make_unique<mdt_800::EncodingSets>(sets)});
-  OneNode n;
-  n.node->SetClassStatistics(1, {1.0});
-  RulesOutputAdapter const adapter(&n.tree, metadata.get());
-  EXPECT_EQ(adapter.GenerateNodePrediction(n.node, 1, "Prediction", true), "Prediction = ");
+  // Without an encoder: the code, and the probability of the predicted code.
+  EXPECT_EQ(codes.GenerateNodePrediction(thirdClass, 12, "pre_001", false), "pre_001 = 3");
+  EXPECT_EQ(codes.GenerateNodeConfidence(thirdClass, 12, "p"), "p = 0.700000");
+  // A prediction that cannot be written leaves the assignment open.
+  EXPECT_EQ(unwritable.GenerateNodePrediction(classNode, 1, "Prediction", true), "Prediction = ");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The export driver: the documented examples, the composition of the active
-// subtree, the chain cache, and what ExportRules leaves unchanged.
+// The export driver: the region examples, composition of the active subtree,
+// the chain cache, the caller's selection, wrapping, and host faults.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -8,41 +8,33 @@
 #include <vector>
 
 #include "output/linewrap.h"
-#include "output/rulesoutputadapter.h"
 #include "outputmodels.h"
 #include "refhost/faults.h"
 #include "refhost/objectcounts.h"
 
 namespace {
 
+using outputtest::Export;
 using outputtest::Options;
+using outputtest::Select;
 using TreeOut_800::DIALECT_GENERIC;
 using TreeOut_800::DIALECT_SQL;
 using TreeOut_800::DIALECT_VELD;
 using TreeOut_800::RuleExportOptions;
 using TreeOut_800::RulesNodeSelection;
 using TreeOut_800::RulesOutputAdapter;
+using NodeSet = std::set<tree_800::Node const*>;
 
-RulesNodeSelection Select(refhost::Model const& model, std::vector<unsigned int> const& ids) {
-  RulesNodeSelection selection;
-  for (unsigned int id : ids) selection.AddNode(model.Find(id), static_cast<int>(id));
-  return selection;
-}
-
-std::string Export(RulesOutputAdapter const& adapter, RuleExportOptions const& options,
-                   RulesNodeSelection const& selection) {
-  return adapter.ExportRules(options, selection).Str();
-}
-
-TEST(ExportRules, WritesTheRegionExamples) {
+TEST(ExportRules, WritesTheRegionExamplesAndEmptyConditions) {
   std::string const child0Sql = "(region = 1 OR region = 2)";
   std::string const child1Sql = "(region = 3)";
+  std::string const genericError = "\nExportGenericUpdate ERROR: >1 nodes to update\n";
+  std::string const noFilter = "COMPUTE filter_$ = (1).\nFILTER BY filter_$.\nEXECUTE.\n";
   struct Case {
     std::vector<unsigned int> nodes;
     RuleExportOptions options;
     std::string expected;
-  };
-  const Case kCases[] = {
+  } const kCases[] = {
       {{1}, Options(DIALECT_SQL, 0), "SELECT * FROM <TABLE>\nWHERE " + child0Sql + ";"},
       {{1},
        Options(DIALECT_VELD, 0),
@@ -51,8 +43,8 @@ TEST(ExportRules, WritesTheRegionExamples) {
       {{1, 2},
        Options(DIALECT_SQL, 0),
        "SELECT * FROM <TABLE>\nWHERE (" + child0Sql + " OR " + child1Sql + ");"},
-      {{1, 2}, Options(DIALECT_GENERIC, 0), "\nExportGenericUpdate ERROR: >1 nodes to update\n"},
-      {{1, 2}, Options(DIALECT_GENERIC, 1), "\nExportGenericUpdate ERROR: >1 nodes to update\n"},
+      {{1, 2}, Options(DIALECT_GENERIC, 0), genericError},
+      {{1, 2}, Options(DIALECT_GENERIC, 1), genericError},
       {{3},
        Options(DIALECT_SQL, 0),
        "SELECT * FROM <TABLE>\nWHERE ((region IS NULL OR region = 9) OR region <> 1  AND  "
@@ -70,36 +62,19 @@ TEST(ExportRules, WritesTheRegionExamples) {
        "COMPUTE prb_001 = 0.750000.\nEND IF.\nEXECUTE.\n"},
       {{1}, Options(3, 0), ""},
       {{1}, Options(-1, 1), ""},
-  };
-  refhost::Model const model = outputtest::RegionModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  for (Case const& c : kCases) {
-    EXPECT_EQ(Export(adapter, c.options, Select(model, c.nodes)), c.expected)
-        << "dialect " << c.options.fnDialect << ", update " << c.options.fnUpdateMode
-        << ", first node " << c.nodes.front();
-  }
-}
-
-TEST(ExportRules, WritesEachFormForAnEmptyCondition) {
-  // Nothing selected, or the root alone: no condition.
-  struct Case {
-    std::vector<unsigned int> nodes;
-    RuleExportOptions options;
-    std::string expected;
-  };
-  std::string const rootSql =
-      "UPDATE <TABLE>\n\tSET nod_001 = 0,\tpre_001 = 'low',\tprb_001 = 0.600000;";
-  const Case kCases[] = {
+      // Nothing selected, or the root alone: no condition.
       {{}, Options(DIALECT_SQL, 0), "SELECT * FROM <TABLE>;"},
       {{0}, Options(DIALECT_SQL, 0), "SELECT * FROM <TABLE>;"},
-      {{}, Options(DIALECT_VELD, 0), "COMPUTE filter_$ = (1).\nFILTER BY filter_$.\nEXECUTE.\n"},
-      {{0}, Options(DIALECT_VELD, 0), "COMPUTE filter_$ = (1).\nFILTER BY filter_$.\nEXECUTE.\n"},
-      {{}, Options(DIALECT_GENERIC, 0), "\nExportGenericUpdate ERROR: >1 nodes to update\n"},
+      {{}, Options(DIALECT_VELD, 0), noFilter},
+      {{0}, Options(DIALECT_VELD, 0), noFilter},
+      {{}, Options(DIALECT_GENERIC, 0), genericError},
       {{0},
        Options(DIALECT_GENERIC, 0),
        "IF (1)\nTHEN\n\tNode = 0\n\tPrediction = 'low'\n\tProbability = 0.600000\n"},
       {{}, Options(DIALECT_SQL, 1), "\nExportSQLlUpdate ERROR: >1 nodes to update\n"},
-      {{0}, Options(DIALECT_SQL, 1), rootSql},
+      {{0},
+       Options(DIALECT_SQL, 1),
+       "UPDATE <TABLE>\n\tSET nod_001 = 0,\tpre_001 = 'low',\tprb_001 = 0.600000;"},
       {{}, Options(DIALECT_VELD, 1), "\nExportVELDUpdate ERROR: >1 nodes to update\n"},
       {{0},
        Options(DIALECT_VELD, 1),
@@ -108,10 +83,9 @@ TEST(ExportRules, WritesEachFormForAnEmptyCondition) {
   };
   refhost::Model const model = outputtest::RegionModel();
   RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+  int row = 0;
   for (Case const& c : kCases) {
-    EXPECT_EQ(Export(adapter, c.options, Select(model, c.nodes)), c.expected)
-        << "dialect " << c.options.fnDialect << ", update " << c.options.fnUpdateMode << ", "
-        << c.nodes.size() << " nodes";
+    EXPECT_EQ(Export(adapter, c.options, Select(model, c.nodes)), c.expected) << "row " << row++;
   }
 }
 
@@ -127,52 +101,35 @@ TEST(ExportActiveSubtree, ComposesEdgesAlongTheActiveNodes) {
                                        E(1, 1), E(5, 0), E(5, 1), E(5, 2)};
   ASSERT_EQ(edges.size(), 8u);
   ASSERT_EQ(edges.count(""), 0u);
-
-  std::string const AND = "  AND  ";
-  std::string const OR = " OR ";
+  std::string const AND = "  AND  ", OR = " OR ";
   struct Case {
     std::vector<unsigned int> active;
     std::string expected;
-  };
-  const Case kCases[] = {
+  } const kCases[] = {
       {{0, 1, 3}, E(0, 0) + AND + E(1, 0)},
       {{0, 2}, E(0, 1)},
       {{0, 1, 3, 2}, "(" + E(0, 0) + AND + E(1, 0) + OR + E(0, 1) + ")"},
       {{0, 1, 3, 5, 6, 7},
-       "(" + E(0, 0) + AND + E(1, 0) + OR + E(0, 2) + AND + "(" + E(5, 0) + OR + E(5, 1) + ")" +
-           ")"},
+       "(" + E(0, 0) + AND + E(1, 0) + OR + E(0, 2) + AND + "(" + E(5, 0) + OR + E(5, 1) + "))"},
       {{0}, ""},
       {{0, 1}, E(0, 0)},  // an active node without active children: no AND
   };
   for (Case const& c : kCases) {
-    std::set<tree_800::Node const*> active;
+    NodeSet active;
     for (unsigned int id : c.active) active.insert(model.Find(id));
     EXPECT_EQ(adapter.ExportActiveSubtree(options, model.GetTree().GetRoot(), active), c.expected)
-        << "active set of " << c.active.size() << " nodes, first " << c.active.back();
+        << c.active.size() << " active nodes";
   }
-  // A leaf writes nothing.
-  std::set<tree_800::Node const*> all;
-  adapter.ActivatePath(model.Find(7), &all);
-  EXPECT_EQ(adapter.ExportActiveSubtree(options, model.Find(7), all), "");
-}
-
-TEST(ActivatePath, AddsTheNodeAndItsAncestors) {
-  refhost::Model const model = outputtest::CompositionModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  std::set<tree_800::Node const*> active;
+  // ActivatePath adds a node and its ancestors; a leaf writes nothing.
+  NodeSet active;
   adapter.ActivatePath(nullptr, &active);
   EXPECT_TRUE(active.empty());
   adapter.ActivatePath(model.Find(7), &active);
   adapter.ActivatePath(model.Find(3), &active);
-  std::set<tree_800::Node const*> const expected = {model.Find(0), model.Find(1), model.Find(3),
-                                                    model.Find(5), model.Find(7)};
-  EXPECT_EQ(active, expected);
-}
-
-TEST(ExportRules, WritesAlternativesInBranchOrderWhateverTheSelectionOrder) {
-  refhost::Model const model = outputtest::CompositionModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  RuleExportOptions const options = Options(DIALECT_SQL, 0);
+  EXPECT_EQ(active,
+            NodeSet({model.Find(0), model.Find(1), model.Find(3), model.Find(5), model.Find(7)}));
+  EXPECT_EQ(adapter.ExportActiveSubtree(options, model.Find(7), active), "");
+  // Alternatives come in branch order whatever the selection order.
   EXPECT_EQ(Export(adapter, options, Select(model, {7, 3, 6})),
             Export(adapter, options, Select(model, {3, 6, 7})));
 }
@@ -184,8 +141,7 @@ std::vector<RuleExportOptions> AllOptions() {
     for (int update = 0; update <= 1; ++update) {
       for (int edgeMode = 0; edgeMode <= 2; ++edgeMode) {
         RuleExportOptions options = Options(dialect, update, edgeMode, edgeMode == 1);
-        options.fnUseVariableLabels = edgeMode == 2;
-        options.fnUseValueLabels = edgeMode == 2;
+        options.fnUseVariableLabels = options.fnUseValueLabels = edgeMode == 2;
         all.push_back(options);
       }
     }
@@ -193,32 +149,37 @@ std::vector<RuleExportOptions> AllOptions() {
   return all;
 }
 
-TEST(ExportRules, OneAdapterAnswersAsFreshAdaptersDo) {
+TEST(ExportRules, CachesEachNodesChainOncePerAdapter) {
   refhost::Model const model = outputtest::RichModel();
-  std::vector<std::vector<unsigned int>> const selections = {{4}, {12, 9}, {14, 7, 10}, {0}};
-  RulesOutputAdapter const shared(&model.GetTree(), &model.GetMetadata());
+  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+  RulesNodeSelection const selection = Select(model, {4, 12, 7, 14, 9, 10});
+  // One edge builds the chain for all edges of its node.
+  std::string const edge0 = adapter.ExportEdge(Options(DIALECT_VELD, 0), model.Find(0), 0);
+  {
+    refhost::FaultGuard const guard("GetSplitRule", 1);
+    EXPECT_NE(adapter.ExportEdge(Options(DIALECT_VELD, 0), model.Find(0), 2), edge0);
+    EXPECT_FALSE(refhost::FaultFired());
+  }
+  // A dialect that writes nothing builds the chains all the same.
+  EXPECT_EQ(Export(adapter, Options(3, 0), selection), "");
+  std::string first;
+  {
+    refhost::FaultGuard const guard("GetSplitRule", 1);
+    first = Export(adapter, Options(DIALECT_SQL, 0), selection);
+    EXPECT_FALSE(refhost::FaultFired());
+  }
+  // The cached adapter answers as fresh adapters do, whatever the options.
   for (RuleExportOptions const& options : AllOptions()) {
-    for (auto const& ids : selections) {
+    for (auto const& ids : std::vector<std::vector<unsigned int>>{{4}, {12, 9}, {14, 7, 10}, {0}}) {
       RulesOutputAdapter const fresh(&model.GetTree(), &model.GetMetadata());
-      RulesNodeSelection const selection = Select(model, ids);
-      EXPECT_EQ(Export(shared, options, selection), Export(fresh, options, selection))
+      EXPECT_EQ(Export(adapter, options, Select(model, ids)),
+                Export(fresh, options, Select(model, ids)))
           << "dialect " << options.fnDialect << ", update " << options.fnUpdateMode << ", edge "
           << options.fnEdgeMode << ", first node " << ids.front();
     }
   }
-}
-
-TEST(ExportRules, FetchesANodesSplitRulesOncePerAdapter) {
-  refhost::Model const model = outputtest::RichModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  RulesNodeSelection const selection = Select(model, {4, 12, 7, 14, 9, 10});
-  // A dialect that writes nothing builds the chains all the same.
-  EXPECT_EQ(Export(adapter, Options(3, 0), selection), "");
-  std::string first;
   for (char const* operation : {"GetSplitRule", "GetSurrogate"}) {
-    // Armed to throw on the next call: no later export may make one.
-    refhost::FaultGuard const guard(operation, 1);
-    if (first.empty()) first = Export(adapter, Options(DIALECT_SQL, 0), selection);
+    refhost::FaultGuard const guard(operation, 1);  // no later export may call it
     for (RuleExportOptions const& options : AllOptions()) {
       adapter.ExportRules(options, selection);
       adapter.ExportRules(options, Select(model, {13}));
@@ -226,30 +187,16 @@ TEST(ExportRules, FetchesANodesSplitRulesOncePerAdapter) {
     EXPECT_FALSE(refhost::FaultFired()) << operation;
   }
   EXPECT_EQ(Export(adapter, Options(DIALECT_SQL, 0), selection), first);
-
   // A fresh adapter does fetch them.
   refhost::FaultGuard const guard("GetSurrogate", 1);
   RulesOutputAdapter const fresh(&model.GetTree(), &model.GetMetadata());
   EXPECT_THROW(fresh.ExportRules(Options(DIALECT_SQL, 0), selection), std::runtime_error);
 }
 
-TEST(ExportEdge, BuildsOneChainForAllEdgesOfANode) {
-  refhost::Model const model = outputtest::RichModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  RuleExportOptions const options = Options(DIALECT_VELD, 0);
-  std::string const first = adapter.ExportEdge(options, model.Find(0), 0);
-  refhost::FaultGuard const guard("GetSplitRule", 1);
-  std::string const second = adapter.ExportEdge(options, model.Find(0), 2);
-  EXPECT_FALSE(refhost::FaultFired());
-  EXPECT_NE(first, second);
-  EXPECT_EQ(adapter.ExportEdge(options, model.Find(0), 0), first);
-}
-
 TEST(ExportRules, LeavesTheCallersSelectionUnchanged) {
   refhost::Model const model = outputtest::RichModel();
   refhost::Model const other = outputtest::RichModel();  // same ids, other node objects
   RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-
   RulesNodeSelection neverSynchronised = Select(model, {4, 9});
   RulesNodeSelection synchronisedElsewhere = Select(model, {4, 9});
   synchronisedElsewhere.Synchronize(&other.GetTree());
@@ -265,27 +212,22 @@ TEST(ExportRules, LeavesTheCallersSelectionUnchanged) {
 }
 
 TEST(ExportRules, WrapsOnlyVeldText) {
-  // A selection of many leaves gives a condition far longer than a line.
+  // Many leaves: a condition far longer than a line.
   refhost::Model const model = outputtest::RichModel();
   RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  RulesNodeSelection const selection = Select(model, {4, 6, 11, 13, 7, 14, 9});
-  std::string const condition = [&] {
-    std::set<tree_800::Node const*> active;
-    for (unsigned int id : {4u, 6u, 11u, 13u, 7u, 14u, 9u})
-      adapter.ActivatePath(model.Find(id), &active);
-    return adapter.ExportActiveSubtree(Options(DIALECT_SQL, 0), model.GetTree().GetRoot(), active);
-  }();
-  ASSERT_GT(condition.size(), 600u);
+  std::vector<unsigned int> const ids = {4, 6, 11, 13, 7, 14, 9};
+  RulesNodeSelection const selection = Select(model, ids);
+  NodeSet active;
+  for (unsigned int id : ids) adapter.ActivatePath(model.Find(id), &active);
+  auto condition = [&](int dialect) {
+    return adapter.ExportActiveSubtree(Options(dialect, 0), model.GetTree().GetRoot(), active);
+  };
+  ASSERT_GT(condition(DIALECT_SQL).size(), 600u);
   EXPECT_EQ(Export(adapter, Options(DIALECT_SQL, 0), selection),
-            "SELECT * FROM <TABLE>\nWHERE " + condition + ";");
-
+            "SELECT * FROM <TABLE>\nWHERE " + condition(DIALECT_SQL) + ";");
   std::string const veld = Export(adapter, Options(DIALECT_VELD, 0), selection);
-  std::set<tree_800::Node const*> active;
-  for (unsigned int id : {4u, 6u, 11u, 13u, 7u, 14u, 9u})
-    adapter.ActivatePath(model.Find(id), &active);
-  std::string const veldCondition =
-      adapter.ExportActiveSubtree(Options(DIALECT_VELD, 0), model.GetTree().GetRoot(), active);
-  EXPECT_EQ(veld, TreeOut_800::WrapString(adapter.ExportVELDSelect(veldCondition, selection), 256));
+  EXPECT_EQ(veld, TreeOut_800::WrapString(
+                      adapter.ExportVELDSelect(condition(DIALECT_VELD), selection), 256));
   std::size_t lineStart = 0;
   int lines = 0;
   for (std::size_t i = 0; i < veld.size(); ++i) {
@@ -297,85 +239,61 @@ TEST(ExportRules, WrapsOnlyVeldText) {
   EXPECT_GT(lines, 4);
 }
 
-}  // namespace
-
-namespace {
-
-TEST(ExportRules, FramesEveryDialectAndModeOnAMixedTree) {
-  // Nominal, ordinal and ordered-string splits with surrogates and
-  // user-missing values; several leaves, one leaf, the root alone.
+TEST(ExportRules, ReleasesEverythingWhenTheHostThrows) {
   refhost::Model const model = outputtest::RichModel();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  std::string const veldEnd = ").\nFILTER BY filter_$.\nEXECUTE.\n";
-  std::string const genericError = "\nExportGenericUpdate ERROR: >1 nodes to update\n";
-  struct Case {
-    int dialect;
-    int update;
-    std::vector<unsigned int> nodes;
-    std::string begin;  // the whole text when `end` is null
-    char const* end;
+  RuleExportOptions labels = Options(1, 0, 0, 1);
+  labels.fnUseValueLabels = labels.fnUseVariableLabels = 1;
+  struct Export {
+    RuleExportOptions options;
+    RulesNodeSelection selection;
+  } const exports[] = {
+      {Options(0, 0), Select(model, {4, 12, 7, 14, 9, 10})},
+      {labels, Select(model, {4, 6, 11, 13, 15})},
+      {Options(1, 1), Select(model, {14})},
+      {Options(0, 1, 0, 1), Select(model, {11})},
+      {Options(2, 0, 2), Select(model, {7})},
   };
-  const Case kCases[] = {
-      {0, 0, {12, 9, 14}, "SELECT * FROM <TABLE>\nWHERE (", ");"},
-      {0, 1, {12, 9, 14}, "\nExportSQLlUpdate ERROR: >1 nodes to update\n", nullptr},
-      {1, 0, {12, 9, 14}, "COMPUTE filter_$ = ((", veldEnd.c_str()},
-      {1, 1, {12, 9, 14}, "\nExportVELDUpdate ERROR: >1 nodes to update\n", nullptr},
-      {2, 0, {12, 9, 14}, genericError, nullptr},
-      {2, 1, {12, 9, 14}, genericError, nullptr},
-      {0,
-       1,
-       {14},
-       "UPDATE <TABLE>\n\tSET nod_001 = 14,\tpre_001 = 'high',\tprb_001 = 0.200000\nWHERE ((",
-       ");"},
-      {1,
-       1,
-       {14},
-       "DO IF ((",
-       ".\nCOMPUTE nod_001 = 14.\nCOMPUTE pre_001 = 'high'.\n"
-       "COMPUTE prb_001 = 0.200000.\nEND IF.\nEXECUTE.\n"},
-      {2,
-       1,
-       {14},
-       "IF ((",
-       "\nTHEN\n\tNode = 14\n\tPrediction = 'high'\n\tProbability = 0.200000\n"},
-      {0, 0, {0}, "SELECT * FROM <TABLE>;", nullptr},
-      {0,
-       1,
-       {0},
-       "UPDATE <TABLE>\n\tSET nod_001 = 0,\tpre_001 = 'low',\tprb_001 = 0.500000;",
-       nullptr},
-      {1, 0, {0}, "COMPUTE filter_$ = (1" + veldEnd, nullptr},
-      {1,
-       1,
-       {0},
-       "DO IF (1).\nCOMPUTE nod_001 = 0.\nCOMPUTE pre_001 = 'low'.\n"
-       "COMPUTE prb_001 = 0.500000.\nEND IF.\nEXECUTE.\n",
-       nullptr},
-      {2,
-       0,
-       {0},
-       "IF (1)\nTHEN\n\tNode = 0\n\tPrediction = 'low'\n\tProbability = 0.500000\n",
-       nullptr},
-  };
-  for (Case const& c : kCases) {
-    std::string const text = Export(adapter, Options(c.dialect, c.update), Select(model, c.nodes));
-    std::string const where = "dialect " + std::to_string(c.dialect) + ", update " +
-                              std::to_string(c.update) + ", first node " +
-                              std::to_string(c.nodes.front()) + ":\n" + text;
-    if (c.end == nullptr) {
-      EXPECT_EQ(text, c.begin) << where;
-      continue;
-    }
-    std::string const end = c.end;
-    ASSERT_GE(text.size(), c.begin.size() + end.size()) << where;
-    EXPECT_EQ(text.substr(0, c.begin.size()), c.begin) << where;
-    EXPECT_EQ(text.substr(text.size() - end.size()), end) << where;
+  std::vector<std::string> expected;
+  {
+    RulesOutputAdapter const reference(&model.GetTree(), &model.GetMetadata());
+    for (auto const& e : exports)
+      expected.push_back(outputtest::Export(reference, e.options, e.selection));
   }
-  // Select and update statements carry the same condition.
-  std::string const select = Export(adapter, Options(0, 0), Select(model, {14}));
-  std::string const update = Export(adapter, Options(0, 1), Select(model, {14}));
-  std::string const condition = select.substr(select.find("\nWHERE "));
-  EXPECT_EQ(update.substr(update.find("\nWHERE ")), condition);
+  int faults = 0;
+  for (char const* operation :
+       {"GetSplitRule", "GetSurrogate", "GetMappedValues", "GetIterator", "Next", "Decode",
+        "GetItems", "Format", "FormatRulesDate", "GetValueLabel", "GetFirstInterval",
+        "GetFirstValue", "EncodedValues", "Encode"}) {
+    for (long nth = 1;; ++nth) {
+      long const before = refhost::LiveObjects();
+      bool fired = false;
+      {
+        RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+        refhost::FaultGuard const guard(operation, nth);
+        std::size_t done = 0;
+        try {
+          for (; done < expected.size(); ++done) {
+            adapter.ExportRules(exports[done].options, exports[done].selection);
+          }
+        } catch (std::runtime_error const&) {
+        }
+        fired = refhost::FaultFired();
+        refhost::ClearFaults();
+        ASSERT_EQ(done < expected.size(), fired) << operation << " call " << nth;
+        // The same adapter now writes what a fresh one does.
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+          EXPECT_EQ(outputtest::Export(adapter, exports[i].options, exports[i].selection),
+                    expected[i])
+              << operation << " call " << nth << ", export " << i;
+        }
+      }
+      EXPECT_EQ(refhost::LiveObjects(), before)
+          << operation << " call " << nth << ": " << refhost::LiveObjectsReport();
+      if (!fired) break;
+      ++faults;
+    }
+  }
+  EXPECT_GT(faults, 100);  // the exports reach the host often enough to mean something
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "outputmodels.h"
 
-#include <limits>
-
 namespace outputtest {
 
 using refhost::Split;
@@ -39,8 +37,6 @@ refhost::Model RichModel() {
   int const size = b.OrderedCategories("size", {"S", "M", "L", "XL"});
   int const income = b.Scale("income").MissingRange(-1e9, -1.0);
   b.ClassTarget("risk", {"low", "mid", "high"});
-
-  // Age first; region and color stand in when age is missing.
   b.Node(0)
       .SplitOrdinal(age, {30.0, 50.0})
       .Surrogate(Split::Codes(region, {{1, 2}, {3}, {4, 5}}))
@@ -66,8 +62,23 @@ refhost::Model RichModel() {
       .SplitBy(Split::CategoryCuts(size, {"L"}).Missing(1))
       .Surrogate(Split::Nominal(color, {{"red", "green"}, {"blue", "other"}}))
       .Children({14, 15});
-  for (unsigned int id = 0; id <= 15; ++id) {
-    b.Node(id).Predict(1 + id % 3, {0.5, 0.3, 0.2});
+  for (unsigned int id = 0; id <= 15; ++id) b.Node(id).Predict(1 + id % 3, {0.5, 0.3, 0.2});
+  return b.Build();
+}
+
+refhost::Model ThreeLeaves(Target target) {
+  refhost::ModelBuilder b;
+  int const x = b.Nominal("x", {"a", "b", "c"});
+  if (target == Target::kClass) b.ClassTarget("risk", {"low", "high"});
+  if (target == Target::kValue) b.ContinuousTarget("amount");
+  if (target == Target::kDate) b.ContinuousTarget("due").Date();
+  b.Node(0).SplitCodes(x, {{1}, {2}, {3}}).Children({1, 2, 3});
+  for (unsigned int id : {0u, 1u, 2u, 3u}) {
+    bool const two = id == 2;
+    if (target == Target::kClass)
+      b.Node(id).Predict(two ? 2 : 1, {two ? 0.3 : 0.9, two ? 0.7 : 0.1});
+    if (target == Target::kValue) b.Node(id).PredictValue(two ? 12.5 : 1.0);
+    if (target == Target::kDate) b.Node(id).PredictValue(two ? 13727923200.0 : 0.0);
   }
   return b.Build();
 }
@@ -80,6 +91,19 @@ TreeOut_800::RuleExportOptions Options(int dialect, int updateMode, int edgeMode
   options.fnEdgeMode = edgeMode;
   options.fnNumberFormat = numberFormat;
   return options;
+}
+
+TreeOut_800::RulesNodeSelection Select(refhost::Model const& model,
+                                       std::vector<unsigned int> const& ids) {
+  TreeOut_800::RulesNodeSelection selection;
+  for (unsigned int id : ids) selection.AddNode(model.Find(id), static_cast<int>(id));
+  return selection;
+}
+
+std::string Export(TreeOut_800::RulesOutputAdapter const& adapter,
+                   TreeOut_800::RuleExportOptions const& options,
+                   TreeOut_800::RulesNodeSelection const& selection) {
+  return adapter.ExportRules(options, selection).Str();
 }
 
 }  // namespace outputtest

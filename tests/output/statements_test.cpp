@@ -1,68 +1,47 @@
-// The statement writers: each one's framing for a full and an empty condition,
-// for classification and regression trees, and its answer to a selection of
-// other than one node.
+// The statement writers, the adapter's version record and the string holder.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "output/rulesoutputadapter.h"
-#include "refhost/builder.h"
+#include "outputmodels.h"
 
 namespace {
 
+using outputtest::Target;
 using TreeOut_800::RulesNodeSelection;
 using TreeOut_800::RulesOutputAdapter;
+using TreeOut_800::StringWrapper;
+
+TEST(RulesOutputAdapter, GetVersionIsOneRecordForEveryAdapter) {
+  refhost::Model const model = outputtest::ThreeLeaves(Target::kClass);
+  RulesOutputAdapter const first(&model.GetTree(), &model.GetMetadata());
+  RulesOutputAdapter const second(&model.GetTree(), &model.GetMetadata());
+  MCTree_800::MCVersionImp const& version = first.GetVersion();
+  EXPECT_EQ(&version, &second.GetVersion());
+  EXPECT_EQ(std::vector<int>(
+                {version.GetMajor(), version.GetMinor(), version.GetMicro(), version.GetBuild()}),
+            std::vector<int>({0, 9, 0, 3}));
+  EXPECT_EQ(version.GetDate(), "Sat Oct 21 22:55:58 2017");
+  std::vector<MCTree_800::MCVersionImp const*> seen(4, nullptr);
+  std::vector<std::thread> threads;
+  for (auto& slot : seen) threads.emplace_back([&] { slot = &first.GetVersion(); });
+  for (auto& thread : threads) thread.join();
+  for (auto const* record : seen) EXPECT_EQ(record, &version);
+}
+
+TEST(StringWrapper, HoldsACopyUpToTheFirstNul) {
+  EXPECT_EQ(StringWrapper().Str(), "");
+  std::string text = "SELECT";
+  StringWrapper const wrapped(text);
+  text[0] = 'X';
+  EXPECT_EQ(wrapped.Str(), "SELECT");
+  EXPECT_EQ(StringWrapper(std::string("ab\0cd", 5)).Str(), "ab");
+}
 
 using Writer = std::string (RulesOutputAdapter::*)(std::string, RulesNodeSelection const&) const;
-
-// Root 0 with leaves 1, 2, 3; leaf 2 predicts "high" with probability 0.7, or
-// the value 12.5 in the regression tree.
-refhost::Model ThreeLeaves(bool regression) {
-  refhost::ModelBuilder b;
-  int const x = b.Nominal("x", {"a", "b", "c"});
-  if (regression) {
-    b.ContinuousTarget("amount");
-  } else {
-    b.ClassTarget("risk", {"low", "high"});
-  }
-  b.Node(0).SplitCodes(x, {{1}, {2}, {3}}).Children({1, 2, 3});
-  for (unsigned int id : {0u, 1u, 2u, 3u}) {
-    if (regression) {
-      b.Node(id).PredictValue(id == 2 ? 12.5 : 1.0);
-    } else {
-      b.Node(id).Predict(id == 2 ? 2 : 1,
-                         id == 2 ? std::vector<double>{0.3, 0.7} : std::vector<double>{0.9, 0.1});
-    }
-  }
-  return b.Build();
-}
-
 enum Selected { kNone, kNode2, kNodes1And2 };
-
-RulesNodeSelection Selection(refhost::Model const& model, Selected selected) {
-  RulesNodeSelection selection;
-  if (selected == kNode2) selection.AddNode(model.Find(2), 77);  // node number 77, not the id
-  if (selected == kNodes1And2) {
-    selection.AddNode(model.Find(1), RulesNodeSelection::kDefaultNodeNumber);
-    selection.AddNode(model.Find(2), RulesNodeSelection::kDefaultNodeNumber);
-  }
-  selection.Synchronize(&model.GetTree());
-  return selection;
-}
-
-struct Case {
-  char const* name;
-  Writer writer;
-  bool regression;
-  std::string condition;
-  Selected selected;
-  std::string expected;
-};
-
-std::string const kGenericError = "\nExportGenericUpdate ERROR: >1 nodes to update\n";
-std::string const kVeldUpdateError = "\nExportVELDUpdate ERROR: >1 nodes to update\n";
-std::string const kSqlUpdateError = "\nExportSQLlUpdate ERROR: >1 nodes to update\n";
 
 TEST(StatementWriters, FrameTheCondition) {
   auto const veldSelect = &RulesOutputAdapter::ExportVELDSelect;
@@ -71,74 +50,70 @@ TEST(StatementWriters, FrameTheCondition) {
   auto const veldUpdate = &RulesOutputAdapter::ExportVELDUpdate;
   auto const sqlUpdate = &RulesOutputAdapter::ExportSQLUpdate;
   auto const genericUpdate = &RulesOutputAdapter::ExportGenericUpdate;
-  const Case kCases[] = {
-      {"VELD select", veldSelect, false, "T", kNode2,
-       "COMPUTE filter_$ = (T).\nFILTER BY filter_$.\nEXECUTE.\n"},
-      {"VELD select, empty condition", veldSelect, false, "", kNone,
-       "COMPUTE filter_$ = (1).\nFILTER BY filter_$.\nEXECUTE.\n"},
-      {"VELD select, several nodes", veldSelect, false, "T", kNodes1And2,
-       "COMPUTE filter_$ = (T).\nFILTER BY filter_$.\nEXECUTE.\n"},
-      {"SQL select", sqlSelect, false, "T", kNode2, "SELECT * FROM <TABLE>\nWHERE T;"},
-      {"SQL select, empty condition", sqlSelect, true, "", kNone, "SELECT * FROM <TABLE>;"},
-      {"SQL select, several nodes", sqlSelect, false, "T", kNodes1And2,
-       "SELECT * FROM <TABLE>\nWHERE T;"},
-      {"generic select, classification", genericSelect, false, "T", kNode2,
+  std::string const genericError = "\nExportGenericUpdate ERROR: >1 nodes to update\n";
+  std::string const veldError = "\nExportVELDUpdate ERROR: >1 nodes to update\n";
+  std::string const sqlError = "\nExportSQLlUpdate ERROR: >1 nodes to update\n";
+  std::string const veldFilter = "COMPUTE filter_$ = (T).\nFILTER BY filter_$.\nEXECUTE.\n";
+  Target const kClass = Target::kClass, kValue = Target::kValue, kDate = Target::kDate;
+  struct Case {
+    Writer writer;
+    Target target;
+    std::string condition;
+    Selected selected;  // node 2 is numbered 77
+    std::string expected;
+  } const kCases[] = {
+      {veldSelect, kClass, "T", kNode2, veldFilter},
+      {veldSelect, kClass, "", kNone, "COMPUTE filter_$ = (1).\nFILTER BY filter_$.\nEXECUTE.\n"},
+      {veldSelect, kClass, "T", kNodes1And2, veldFilter},
+      {sqlSelect, kClass, "T", kNode2, "SELECT * FROM <TABLE>\nWHERE T;"},
+      {sqlSelect, kValue, "", kNone, "SELECT * FROM <TABLE>;"},
+      {sqlSelect, kClass, "T", kNodes1And2, "SELECT * FROM <TABLE>\nWHERE T;"},
+      {genericSelect, kClass, "T", kNode2,
        "IF T\nTHEN\n\tNode = 77\n\tPrediction = 'high'\n\tProbability = 0.700000\n"},
-      {"generic select, regression", genericSelect, true, "T", kNode2,
-       "IF T\nTHEN\n\tNode = 77\n\tPrediction = 12.5\n"},
-      {"generic select, empty condition", genericSelect, false, "", kNode2,
+      {genericSelect, kValue, "T", kNode2, "IF T\nTHEN\n\tNode = 77\n\tPrediction = 12.5\n"},
+      {genericSelect, kDate, "T", kNode2, "IF T\nTHEN\n\tNode = 77\n\tPrediction = '2017-10-21'\n"},
+      {genericSelect, kClass, "", kNode2,
        "IF (1)\nTHEN\n\tNode = 77\n\tPrediction = 'high'\n\tProbability = 0.700000\n"},
-      {"generic select, several nodes", genericSelect, false, "T", kNodes1And2, kGenericError},
-      {"generic select, no node", genericSelect, false, "", kNone, kGenericError},
-      {"VELD update, classification", veldUpdate, false, "T", kNode2,
+      {genericSelect, kClass, "T", kNodes1And2, genericError},
+      {genericSelect, kClass, "", kNone, genericError},
+      {veldUpdate, kClass, "T", kNode2,
        "DO IF T.\nCOMPUTE nod_001 = 77.\nCOMPUTE pre_001 = 'high'.\nCOMPUTE prb_001 = 0.700000.\n"
        "END IF.\nEXECUTE.\n"},
-      {"VELD update, regression", veldUpdate, true, "T", kNode2,
+      {veldUpdate, kValue, "T", kNode2,
        "DO IF T.\nCOMPUTE nod_001 = 77.\nCOMPUTE pre_001 = 12.5.\nEND IF.\nEXECUTE.\n"},
-      {"VELD update, empty condition", veldUpdate, true, "", kNode2,
+      {veldUpdate, kDate, "T", kNode2,  // a date number, bare
+       "DO IF T.\nCOMPUTE nod_001 = 77.\nCOMPUTE pre_001 = 13727923200.\nEND IF.\nEXECUTE.\n"},
+      {veldUpdate, kValue, "", kNode2,
        "DO IF (1).\nCOMPUTE nod_001 = 77.\nCOMPUTE pre_001 = 12.5.\nEND IF.\nEXECUTE.\n"},
-      {"VELD update, several nodes", veldUpdate, false, "T", kNodes1And2, kVeldUpdateError},
-      {"VELD update, no node", veldUpdate, false, "T", kNone, kVeldUpdateError},
-      {"SQL update, classification", sqlUpdate, false, "T", kNode2,
+      {veldUpdate, kClass, "T", kNodes1And2, veldError},
+      {veldUpdate, kClass, "T", kNone, veldError},
+      {sqlUpdate, kClass, "T", kNode2,
        "UPDATE <TABLE>\n\tSET nod_001 = 77,\tpre_001 = 'high',\tprb_001 = 0.700000\nWHERE T;"},
-      {"SQL update, regression", sqlUpdate, true, "T", kNode2,
+      {sqlUpdate, kValue, "T", kNode2,
        "UPDATE <TABLE>\n\tSET nod_001 = 77,\tpre_001 = 12.5\nWHERE T;"},
-      {"SQL update, empty condition", sqlUpdate, false, "", kNode2,
+      {sqlUpdate, kDate, "T", kNode2,
+       "UPDATE <TABLE>\n\tSET nod_001 = 77,\tpre_001 = '2017-10-21'\nWHERE T;"},
+      {sqlUpdate, kClass, "", kNode2,
        "UPDATE <TABLE>\n\tSET nod_001 = 77,\tpre_001 = 'high',\tprb_001 = 0.700000;"},
-      {"SQL update, several nodes", sqlUpdate, false, "T", kNodes1And2, kSqlUpdateError},
-      {"SQL update, no node", sqlUpdate, true, "", kNone, kSqlUpdateError},
-      {"generic update", genericUpdate, false, "T", kNode2, "T"},
-      {"generic update, several nodes", genericUpdate, false, "T", kNodes1And2, "T"},
-      {"generic update, empty condition", genericUpdate, false, "", kNone, ""},
+      {sqlUpdate, kClass, "T", kNodes1And2, sqlError},
+      {sqlUpdate, kValue, "", kNone, sqlError},
+      {genericUpdate, kClass, "T", kNode2, "T"},
+      {genericUpdate, kClass, "T", kNodes1And2, "T"},
+      {genericUpdate, kClass, "", kNone, ""},
   };
+  int row = 0;
   for (Case const& c : kCases) {
-    refhost::Model const model = ThreeLeaves(c.regression);
+    refhost::Model const model = outputtest::ThreeLeaves(c.target);
     RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-    RulesNodeSelection const selection = Selection(model, c.selected);
-    EXPECT_EQ((adapter.*c.writer)(c.condition, selection), c.expected) << c.name;
+    RulesNodeSelection selection;
+    if (c.selected == kNode2) selection.AddNode(model.Find(2), 77);
+    if (c.selected == kNodes1And2) {
+      selection.AddNode(model.Find(1), RulesNodeSelection::kDefaultNodeNumber);
+      selection.AddNode(model.Find(2), RulesNodeSelection::kDefaultNodeNumber);
+    }
+    selection.Synchronize(&model.GetTree());
+    EXPECT_EQ((adapter.*c.writer)(c.condition, selection), c.expected) << "row " << row++;
   }
-}
-
-TEST(StatementWriters, QuoteADatePredictionOnlyInSql) {
-  // A regression tree over a date target: SQL and generic text quote the
-  // predicted date, VELD text writes the date number bare.
-  refhost::ModelBuilder b;
-  int const x = b.Nominal("x", {"a", "b"});
-  b.ContinuousTarget("due").Date();
-  b.Node(0).SplitCodes(x, {{1}, {2}}).Children({1, 2});
-  b.Node(1).PredictValue(13727923200.0);  // 2017-10-21
-  b.Node(2).PredictValue(0.0);
-  refhost::Model const model = b.Build();
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-  RulesNodeSelection selection;
-  selection.AddNode(model.Find(1), 1);
-  selection.Synchronize(&model.GetTree());
-  EXPECT_EQ(adapter.ExportSQLUpdate("T", selection),
-            "UPDATE <TABLE>\n\tSET nod_001 = 1,\tpre_001 = '2017-10-21'\nWHERE T;");
-  EXPECT_EQ(adapter.ExportVELDUpdate("T", selection),
-            "DO IF T.\nCOMPUTE nod_001 = 1.\nCOMPUTE pre_001 = 13727923200.\nEND IF.\nEXECUTE.\n");
-  EXPECT_EQ(adapter.ExportGenericSelect("T", selection),
-            "IF T\nTHEN\n\tNode = 1\n\tPrediction = '2017-10-21'\n");
 }
 
 }  // namespace
