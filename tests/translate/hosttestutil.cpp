@@ -1,5 +1,6 @@
 #include "hosttestutil.h"
 
+#include <limits>
 #include <utility>
 
 #include "refhost/categoryencoder.h"
@@ -93,11 +94,6 @@ FakeRule::FakeRule(int predictor, int missingChild, std::vector<ChildValues> chi
       fnMissingChild(missingChild),
       fnChildren(std::move(children)) {}
 
-int FakeRule::GetMissingValueMapping() const {
-  ++fnMissingCalls;
-  return fnMissingChild;
-}
-
 tree_800::ValueSet* FakeRule::GetMappedValues(int child) const {
   const ChildValues& values = fnChildren.at(child);
   switch (values.kind) {
@@ -132,6 +128,73 @@ mdt_800::Variable Numeric(std::string name, int level) {
 
 mdt_800::Variable Text(std::string name, int level) {
   return mdt_800::Variable(std::move(name), mdt_800::Variable::STORAGE_STRING, level);
+}
+
+Income::Income(std::unique_ptr<mdt_800::MissingValues> missing) {
+  const double inf = std::numeric_limits<double>::infinity();
+  index = host.Add(Numeric("income"),
+                   CodeEncoder({Range(-inf, false, 50, false), Range(50, true, inf, false)},
+                               std::move(missing)));
+}
+
+tree_800::SplitRule Income::Rule(int missingChild) const {
+  return OrdinalRule(index, {refhost::Range::AtMost(1), refhost::Range::AtLeast(2)}, missingChild);
+}
+
+Region::Region(std::unique_ptr<mdt_800::MissingValues> missing) {
+  mdt_800::Variable region = Numeric("region", mdt_800::Variable::LEVEL_NOMINAL);
+  region.AddValueLabel(mdt_800::Variant(1.0), "North");
+  region.AddValueLabel(mdt_800::Variant(2.0), "South West");
+  index = host.Add(region, NumberEncoder(std::move(missing)));
+}
+
+tree_800::SplitRule Region::Rule() const { return NominalRule(index, {{1, 2}, {3}, {4, 5}}, 2); }
+
+Size::Size() {
+  using mdt_800::Variant;
+  index = host.Add(Text("size", mdt_800::Variable::LEVEL_ORDINAL),
+                   CodeEncoder({Single(Variant("S")), Single(Variant("M")), Single(Variant("L")),
+                                Single(Variant("XL"))}));
+}
+
+tree_800::SplitRule Size::Rule() const {
+  return OrdinalRule(index, {refhost::Range::AtMost(2), refhost::Range::Above(2)});
+}
+
+CountingSplit::CountingSplit(int predictor, int* exports)
+    : NSplitRule(predictor, 0), fnExports(exports) {
+  SetCatMapping(1, 0);
+  SetCatMapping(2, 1);
+}
+
+int CountingSplit::GetMissingValueMapping() const {
+  ++*fnExports;
+  return NSplitRule::GetMissingValueMapping();
+}
+
+tree_800::SplitRule* CountingNode::GetSplitRule(int index) const {
+  ++fnFetched;
+  return TreeNode::GetSplitRule(index);
+}
+
+tree_800::SplitRule* CountingNode::GetSurrogate(int index) const {
+  ++fnFetched;
+  return index == fnNullSurrogate ? nullptr : TreeNode::GetSurrogate(index);
+}
+
+ChainHost::ChainHost(int links, bool primary, int defaultChild) {
+  for (const char* name : {"p", "s", "t"}) {
+    host.Add(Numeric(name, mdt_800::Variable::LEVEL_NOMINAL));
+  }
+  for (int i = primary ? 0 : 1; i < links; ++i) {
+    auto split = std::make_unique<CountingSplit>(i, &exports[i]);
+    if (i == 0) {
+      node.SetPrimary(std::move(split));
+    } else {
+      node.AddSurrogate(std::move(split));
+    }
+  }
+  node.SetDefaultChild(defaultChild);
 }
 
 }  // namespace translatetest

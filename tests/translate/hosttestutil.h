@@ -1,6 +1,5 @@
-// Small host objects for translator tests: encoders over explicit code
-// tables, metadata over a few variables, and option sets. Everything is built
-// inside a test and released with it.
+// Small host objects and fixtures for translator tests, built inside a test
+// and released with it.
 #pragma once
 
 #include <memory>
@@ -12,6 +11,7 @@
 #include "host/variant.h"
 #include "refhost/metadata.h"
 #include "refhost/range.h"
+#include "refhost/treenode.h"
 #include "ruletext/ruleexportoptions.h"
 #include "translate/ruleexportmanager.h"
 
@@ -19,13 +19,11 @@ namespace translatetest {
 
 TreeOut_800::RuleExportOptions Options(int dialect, int edgeMode = 0);
 
-// One encoding-set list: a single value, or a range with inclusive flags
-// (an infinite end is an unbounded side).
+// One encoding-set list: a single value, or a range with inclusive flags.
 mdt_800::EncodingSets Single(mdt_800::Variant const& value);
 mdt_800::EncodingSets Range(double lower, bool lowerIncluded, double upper, bool upperIncluded);
 
-// User-missing values: single values and [lower, upper] ranges, in the
-// order given (single values first).
+// User-missing values: single values first, then [lower, upper] ranges.
 std::unique_ptr<mdt_800::MissingValues> Missing(
     std::vector<mdt_800::Variant> const& values,
     std::vector<std::pair<double, double>> const& ranges = {});
@@ -37,7 +35,7 @@ std::unique_ptr<mdt_800::Encoder> CodeEncoder(
 // An encoder that passes numbers through and carries user-missing values.
 std::unique_ptr<mdt_800::Encoder> NumberEncoder(std::unique_ptr<mdt_800::MissingValues> missing);
 
-// Metadata and a manager over it, built variable by variable.
+// Metadata built variable by variable, and a manager over it.
 class Host {
  public:
   Host();
@@ -45,8 +43,6 @@ class Host {
   // Adds a variable; returns its index.
   int Add(mdt_800::Variable variable, std::unique_ptr<mdt_800::Encoder> encoder = nullptr);
   mdt_800::Variable const& Var(int index) const;
-  // A manager over the variables added so far (none kept: the variable
-  // sequence may move while variables are added).
   TreeOut_800::RuleExportManager Manager() const;
   refhost::Metadata const& Metadata() const { return fnMetadata; }
 
@@ -54,8 +50,7 @@ class Host {
   refhost::Metadata fnMetadata;
 };
 
-// What a test split sends to one child: category codes, a range, or no
-// value set at all.
+// What a test split sends to one child: codes, a range, or no value set.
 struct ChildValues {
   enum Kind { kNone, kCodes, kRange } kind = kNone;
   std::vector<int> codes;
@@ -65,23 +60,19 @@ ChildValues Codes(std::vector<int> codes);
 ChildValues Ranged(refhost::Range range);
 ChildValues NoValues();
 
-// A split rule over explicit value sets, which may overlap, and a count of
-// the exports that asked it for its missing-value child (each export asks
-// once).
+// A split rule over explicit value sets, which may overlap.
 class FakeRule : public tree_800::SplitRule {
  public:
   FakeRule(int predictor, int missingChild, std::vector<ChildValues> children);
   int GetPredictorIndex() const override { return fnPredictor; }
-  int GetMissingValueMapping() const override;
+  int GetMissingValueMapping() const override { return fnMissingChild; }
   int GetNumChildren() const override { return static_cast<int>(fnChildren.size()); }
   tree_800::ValueSet* GetMappedValues(int child) const override;
-  int MissingMappingCalls() const { return fnMissingCalls; }
 
  private:
   int fnPredictor;
   int fnMissingChild;
   std::vector<ChildValues> fnChildren;
-  mutable int fnMissingCalls = 0;
 };
 
 // A host nominal rule: child i takes codesPerChild[i].
@@ -93,5 +84,63 @@ tree_800::SplitRule OrdinalRule(int predictor, std::vector<refhost::Range> range
 
 mdt_800::Variable Numeric(std::string name, int level = mdt_800::Variable::LEVEL_SCALE);
 mdt_800::Variable Text(std::string name, int level = mdt_800::Variable::LEVEL_NOMINAL);
+
+// income: code 1 [-inf, 50), code 2 [50, +inf), with the given user-missing
+// values; Rule() sends code 1 to child 0 and code 2 to child 1.
+struct Income {
+  Host host;
+  int index;
+  explicit Income(std::unique_ptr<mdt_800::MissingValues> missing);
+  tree_800::SplitRule Rule(int missingChild = -1) const;
+};
+
+// region: numeric nominal, labels 1 North and 2 South West, codes decoded to
+// the same number; Rule(): children {1, 2}, {3}, {4, 5}, missing to child 2.
+struct Region {
+  Host host;
+  int index;
+  explicit Region(
+      std::unique_ptr<mdt_800::MissingValues> missing = Missing({mdt_800::Variant(9.0)}));
+  tree_800::SplitRule Rule() const;
+};
+
+// size: an ordered string predictor, codes 1..4 for S, M, L, XL; Rule()
+// sends codes up to 2 to child 0, the rest to child 1.
+struct Size {
+  Host host;
+  int index;
+  Size();
+  tree_800::SplitRule Rule() const;
+};
+
+// A nominal split, code 1 to child 0 and code 2 to child 1, counting the
+// exports that ask for its missing-value child. Copies share the count.
+class CountingSplit : public tree_800::NSplitRule {
+ public:
+  CountingSplit(int predictor, int* exports);
+  tree_800::SplitRuleImp* Clone() const override { return new CountingSplit(*this); }
+  int GetMissingValueMapping() const override;
+
+ private:
+  int* fnExports;
+};
+
+// A node counting the rules it hands out; may hand out null for one surrogate.
+class CountingNode : public refhost::TreeNode {
+ public:
+  CountingNode() : TreeNode(0) {}
+  tree_800::SplitRule* GetSplitRule(int index) const override;
+  tree_800::SplitRule* GetSurrogate(int index) const override;
+  mutable int fnFetched = 0;
+  int fnNullSurrogate = -1;
+};
+
+// Nominal predictors p, s, t; a node split on p (if primary) with surrogates.
+struct ChainHost {
+  Host host;
+  int exports[3] = {0, 0, 0};
+  CountingNode node;
+  explicit ChainHost(int links = 3, bool primary = true, int defaultChild = 1);
+};
 
 }  // namespace translatetest

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 namespace {
@@ -12,21 +11,24 @@ using mdt_800::Value;
 using mdt_800::Variant;
 using TreeOut_800::Interval;
 
-Value Num(double x) { return Value(Variant(x)); }
-Value Str(const char* s) { return Value(Variant(s)); }
+// A value written as a number, an integer or a string.
+struct V {
+  Value value;
+  V(double x) : value(Variant(x)) {}       // NOLINT: implicit for tables
+  V(long x) : value(Variant(x)) {}         // NOLINT
+  V(const char* s) : value(Variant(s)) {}  // NOLINT
+};
 
-// One side of an interval as a test writes it. An unbounded side may still
-// hold an end value and a closed flag; neither may count.
+// One side: an unbounded side may still hold an end value and a closed flag.
 struct Side {
-  bool bounded;
-  bool open;
+  bool bounded, open;
   Value end;
 };
 
-Side Open(double x) { return {true, true, Num(x)}; }
-Side Closed(double x) { return {true, false, Num(x)}; }
+Side Open(V x) { return {true, true, x.value}; }
+Side Closed(V x) { return {true, false, x.value}; }
 Side Unbounded() { return {false, true, Value()}; }
-Side UnboundedAt(double x) { return {false, false, Num(x)}; }
+Side UnboundedAt(double x) { return {false, false, Value(Variant(x))}; }
 
 Interval Make(const Side& left, const Side& right) {
   Interval interval;
@@ -39,109 +41,45 @@ Interval Make(const Side& left, const Side& right) {
   return interval;
 }
 
-struct Probe {
-  Value value;
-  bool inside;
-};
-
-struct IntervalCase {
-  const char* name;
-  Side left;
-  Side right;
-  bool empty;
-  std::vector<Probe> probes;
-};
-
-void CheckInterval(const IntervalCase& c, const Interval& interval) {
-  EXPECT_EQ(interval.IsEmpty(), c.empty) << c.name;
-  for (size_t i = 0; i < c.probes.size(); ++i) {
-    EXPECT_EQ(interval.Contains(c.probes[i].value), c.probes[i].inside)
-        << c.name << ", probe " << i;
-  }
-}
-
 TEST(Interval, EmptinessAndMembership) {
-  const IntervalCase kCases[] = {
-      {"[5, 5]",
-       Closed(5),
-       Closed(5),
-       false,
-       {{Num(5), true}, {Num(4.9), false}, {Num(5.1), false}}},
-      {"(5, 5]", Open(5), Closed(5), true, {{Num(5), false}, {Num(4), false}, {Num(6), false}}},
-      {"[5, 5)", Closed(5), Open(5), true, {{Num(5), false}}},
-      {"[7, 3]", Closed(7), Closed(3), true, {{Num(5), false}, {Num(7), false}, {Num(3), false}}},
-      {"[3, 7]",
-       Closed(3),
-       Closed(7),
-       false,
-       {{Num(3), true}, {Num(7), true}, {Num(5), true}, {Num(2.9), false}, {Num(7.1), false}}},
-      {"(3, 7)",
-       Open(3),
-       Open(7),
-       false,
-       {{Num(3), false}, {Num(7), false}, {Num(3.0001), true}, {Num(6.9999), true}}},
-      {"(10, inf)",
-       Open(10),
-       Unbounded(),
-       false,
-       {{Num(10), false}, {Num(11), true}, {Num(9), false}, {Num(1e308), true}}},
-      {"[10, inf)", Closed(10), Unbounded(), false, {{Num(10), true}, {Num(9.99), false}}},
-      {"(-inf, 10]",
-       Unbounded(),
-       Closed(10),
-       false,
-       {{Num(10), true}, {Num(10.5), false}, {Num(-1e308), true}}},
+  const struct {
+    const char* name;
+    Side left, right;
+    bool empty;
+    std::vector<V> inside, outside;
+  } kCases[] = {
+      {"[5, 5]", Closed(5.0), Closed(5.0), false, {5.0}, {4.9, 5.1}},
+      {"(5, 5]", Open(5.0), Closed(5.0), true, {}, {5.0, 4.0, 6.0}},
+      {"[5, 5)", Closed(5.0), Open(5.0), true, {}, {5.0}},
+      {"[7, 3]", Closed(7.0), Closed(3.0), true, {}, {5.0, 7.0, 3.0}},
+      {"[3, 7]", Closed(3.0), Closed(7.0), false, {3.0, 7.0, 5.0}, {2.9, 7.1}},
+      {"(3, 7)", Open(3.0), Open(7.0), false, {3.0001, 6.9999}, {3.0, 7.0}},
+      {"(10, inf)", Open(10.0), Unbounded(), false, {11.0, 1e308}, {10.0, 9.0}},
+      {"[10, inf)", Closed(10.0), Unbounded(), false, {10.0}, {9.99}},
+      {"(-inf, 10]", Unbounded(), Closed(10.0), false, {10.0, -1e308}, {10.5}},
       // An unbounded side ignores the end value it holds and its open flag.
-      {"(-inf, 3] holding 100 left",
-       UnboundedAt(100),
-       Closed(3),
-       false,
-       {{Num(0), true}, {Num(3), true}, {Num(4), false}}},
-      {"[100, inf) holding 3 right",
-       Closed(100),
-       UnboundedAt(3),
-       false,
-       {{Num(100), true}, {Num(1e9), true}, {Num(50), false}}},
+      {"(-inf, 3] holding 100", UnboundedAt(100), Closed(3.0), false, {0.0, 3.0}, {4.0}},
+      {"[100, inf) holding 3", Closed(100.0), UnboundedAt(3), false, {100.0, 1e9}, {50.0}},
       // Integers and doubles of the same value are equal ends.
-      {"[5L, 5L]",
-       {true, false, Value(Variant(5L))},
-       {true, false, Value(Variant(5L))},
-       false,
-       {{Num(5.0), true}, {Value(Variant(6L)), false}}},
-      {"[\"b\", \"d\"]",
-       {true, false, Str("b")},
-       {true, false, Str("d")},
-       false,
-       {{Str("b"), true},
-        {Str("c"), true},
-        {Str("d"), true},
-        {Str("a"), false},
-        {Str("e"), false}}},
-      {"(\"b\", \"b\"]",
-       {true, true, Str("b")},
-       {true, false, Str("b")},
-       true,
-       {{Str("b"), false}}},
+      {"[5L, 5L]", Closed(5L), Closed(5L), false, {5.0}, {6L}},
+      {"[b, d]", Closed("b"), Closed("d"), false, {"b", "c", "d"}, {"a", "e"}},
+      {"(b, b]", Open("b"), Closed("b"), true, {}, {"b"}},
   };
-  for (const IntervalCase& c : kCases) CheckInterval(c, Make(c.left, c.right));
+  for (const auto& c : kCases) {
+    const Interval interval = Make(c.left, c.right);
+    EXPECT_EQ(interval.IsEmpty(), c.empty) << c.name;
+    for (const V& v : c.inside) EXPECT_TRUE(interval.Contains(v.value)) << c.name;
+    for (const V& v : c.outside) EXPECT_FALSE(interval.Contains(v.value)) << c.name;
+  }
 }
 
 TEST(Interval, DefaultIsUnboundedAndHoldsEveryValue) {
   const Interval interval;
-  EXPECT_TRUE(interval.IsOpenLeft());
-  EXPECT_TRUE(interval.IsOpenRight());
-  EXPECT_FALSE(interval.IsBoundedLeft());
-  EXPECT_FALSE(interval.IsBoundedRight());
-  CheckInterval({"default",
-                 {},
-                 {},
-                 false,
-                 {{Num(0), true},
-                  {Num(-1e308), true},
-                  {Num(1e308), true},
-                  {Str("abc"), true},
-                  {Value(), true}}},
-                interval);
+  EXPECT_TRUE(interval.IsOpenLeft() && interval.IsOpenRight());
+  EXPECT_FALSE(interval.IsBoundedLeft() || interval.IsBoundedRight() || interval.IsEmpty());
+  for (const Value& v : {V(0.0).value, V(-1e308).value, V(1e308).value, V("abc").value, Value()}) {
+    EXPECT_TRUE(interval.Contains(v));
+  }
 }
 
 TEST(Interval, SetEndBoundsTheSideAndKeepsItsOpenFlag) {
@@ -149,65 +87,55 @@ TEST(Interval, SetEndBoundsTheSideAndKeepsItsOpenFlag) {
     Interval interval;
     interval.SetOpenLeft(open);
     interval.SetOpenRight(open);
-    interval.SetLeftEnd(Num(1));
-    interval.SetRightEnd(Num(2));
+    interval.SetLeftEnd(V(1.0).value);
+    interval.SetRightEnd(V(2.0).value);
     EXPECT_EQ(interval.IsOpenLeft(), open);
     EXPECT_EQ(interval.IsOpenRight(), open);
-    EXPECT_TRUE(interval.IsBoundedLeft());
-    EXPECT_TRUE(interval.IsBoundedRight());
-    EXPECT_EQ(double(interval.GetLeftEnd().GetValue()), 1.0);
-    EXPECT_EQ(double(interval.GetRightEnd().GetValue()), 2.0);
+    EXPECT_TRUE(interval.IsBoundedLeft() && interval.IsBoundedRight());
   }
 }
 
+// Empty moves the left end onto the right end; the right open flag is kept.
 TEST(Interval, EmptyMovesTheLeftEndOntoTheRightEnd) {
-  struct Case {
+  const struct {
     const char* name;
-    Side left;
-    Side right;
-  };
-  const Case kCases[] = {
-      {"[3, 7]", Closed(3), Closed(7)},
-      {"(3, 7)", Open(3), Open(7)},
-      {"[3, inf) holding 9 right", Closed(3), UnboundedAt(9)},
+    Side left, right;
+  } kCases[] = {
+      {"[3, 7]", Closed(3.0), Closed(7.0)},
+      {"(3, 7)", Open(3.0), Open(7.0)},
+      {"[3, inf) holding 9", Closed(3.0), UnboundedAt(9)},
       {"(-inf, inf)", Unbounded(), Unbounded()},
-      {"[7, 3]", Closed(7), Closed(3)},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     Interval interval = Make(c.left, c.right);
     interval.Empty();
     EXPECT_TRUE(interval.IsEmpty()) << c.name;
-    EXPECT_TRUE(interval.IsBoundedLeft()) << c.name;
-    EXPECT_TRUE(interval.IsBoundedRight()) << c.name;
+    EXPECT_TRUE(interval.IsBoundedLeft() && interval.IsBoundedRight()) << c.name;
     EXPECT_TRUE(interval.IsOpenLeft()) << c.name;
-    EXPECT_EQ(interval.IsOpenRight(), c.right.open) << c.name << ": right open flag kept";
+    EXPECT_EQ(interval.IsOpenRight(), c.right.open) << c.name;
     EXPECT_EQ(interval.Compare(interval.GetLeftEnd(), c.right.end), 0) << c.name;
     EXPECT_EQ(interval.Compare(interval.GetRightEnd(), c.right.end), 0) << c.name;
-    for (const Value& v : {Num(3), Num(5), Num(7), Num(9), Value(), Str("x")}) {
+    for (const Value& v : {V(3.0).value, V(5.0).value, V(7.0).value, V(9.0).value, Value()}) {
       EXPECT_FALSE(interval.Contains(v)) << c.name;
     }
   }
 }
 
 TEST(Interval, CompareOrdersByTheHostValueOrder) {
-  struct Case {
+  const struct {
     const char* name;
-    Value a;
-    Value b;
+    Value a, b;
     int expected;
-  };
-  const Case kCases[] = {
-      {"1 < 2", Num(1), Num(2), -1},
-      {"2 > 1", Num(2), Num(1), 1},
-      {"2L = 2.0", Value(Variant(2L)), Num(2), 0},
-      {"\"a\" < \"b\"", Str("a"), Str("b"), -1},
-      {"no content before numbers", Value(), Num(-1e308), -1},
-      {"numbers before strings", Num(1e308), Str(""), -1},
+  } kCases[] = {
+      {"1 < 2", V(1.0).value, V(2.0).value, -1},
+      {"2 > 1", V(2.0).value, V(1.0).value, 1},
+      {"2L = 2.0", V(2L).value, V(2.0).value, 0},
+      {"a < b", V("a").value, V("b").value, -1},
+      {"no content before numbers", Value(), V(-1e308).value, -1},
+      {"numbers before strings", V(1e308).value, V("").value, -1},
   };
   const Interval interval;
-  for (const Case& c : kCases) {
-    EXPECT_EQ(interval.Compare(c.a, c.b), c.expected) << c.name;
-  }
+  for (const auto& c : kCases) EXPECT_EQ(interval.Compare(c.a, c.b), c.expected) << c.name;
 }
 
 }  // namespace
