@@ -4,7 +4,9 @@
 
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 
 #include "hosttestutil.h"
 #include "refhost/faults.h"
@@ -55,59 +57,37 @@ void Chain(const Armed& arm) {
   arm([&] { std::unique_ptr<AttemptChain>(manager.BuildAttemptChain(h.node)); });
 }
 
-struct FaultCase {
-  void (*scenario)(const Armed&);
-  const char* name;
-  const char* operation;
-  long nth;
-};
-
+// Each row: a scenario and the operations, each with the call that throws.
 TEST(HostFault, ReleasesEverything) {
-  const FaultCase kCases[] = {
-      {Decode, "decode", "GetMappedValues", 1},
-      {Decode, "decode", "Decode", 1},
-      {Decode, "decode", "Decode", 2},
-      {Decode, "decode", "GetFirstInterval", 2},
-      {Decode, "decode", "GetFirstValue", 1},
-      {Decode, "decode", "GetItems", 1},
-      {Decode, "decode", "GetItems", 2},
-      {OrderedStrings, "ordered", "EncodedValues", 1},
-      {OrderedStrings, "ordered", "GetMappedValues", 1},
-      {OrderedStrings, "ordered", "GetIterator", 1},
-      {OrderedStrings, "ordered", "Next", 1},
-      {OrderedStrings, "ordered", "Decode", 1},
-      {OrderedStrings, "ordered", "GetItems", 1},
-      {Ordinal, "ordinal", "GetMappedValues", 1},
-      {Ordinal, "ordinal", "Decode", 1},
-      {Ordinal, "ordinal", "GetFirstInterval", 1},
-      {Ordinal, "ordinal", "GetFirstValue", 1},
-      {Ordinal, "ordinal", "GetItems", 1},
-      {Ordinal, "ordinal", "GetValueLabel", 1},
-      {Ordinal, "ordinal", "Format", 1},
-      {Nominal, "nominal", "GetMappedValues", 1},
-      {Nominal, "nominal", "GetMappedValues", 3},
-      {Nominal, "nominal", "GetIterator", 1},
-      {Nominal, "nominal", "GetIterator", 3},
-      {Nominal, "nominal", "Next", 1},
-      {Nominal, "nominal", "Next", 3},
-      {Nominal, "nominal", "Decode", 1},
-      {Nominal, "nominal", "Decode", 3},
-      {Nominal, "nominal", "GetItems", 1},
-      {Nominal, "nominal", "GetItems", 3},
-      {Nominal, "nominal", "GetValueLabel", 1},
-      {Nominal, "nominal", "GetValueLabel", 3},
-      {Nominal, "nominal", "Format", 1},
-      {Nominal, "nominal", "Format", 3},
-      {Chain, "chain", "GetSplitRule", 1},
-      {Chain, "chain", "GetSurrogate", 1},
-      {Chain, "chain", "GetSurrogate", 2},
+  const struct {
+    void (*scenario)(const Armed&);
+    const char* name;
+    const char* faults;
+  } kCases[] = {
+      {Decode, "decode",
+       "GetMappedValues 1 Decode 1 Decode 2 GetFirstInterval 2 GetFirstValue 1 GetItems 1 "
+       "GetItems 2"},
+      {OrderedStrings, "ordered strings",
+       "EncodedValues 1 GetMappedValues 1 GetIterator 1 Next 1 Decode 1 GetItems 1"},
+      {Ordinal, "ordinal",
+       "GetMappedValues 1 Decode 1 GetFirstInterval 1 GetFirstValue 1 GetItems 1 "
+       "GetValueLabel 1 Format 1"},
+      {Nominal, "nominal",
+       "GetMappedValues 1 GetMappedValues 3 GetIterator 1 GetIterator 3 Next 1 Next 3 Decode 1 "
+       "Decode 3 GetItems 1 GetItems 3 GetValueLabel 1 GetValueLabel 3 Format 1 Format 3"},
+      {Chain, "chain", "GetSplitRule 1 GetSurrogate 1 GetSurrogate 2"},
   };
-  for (const FaultCase& c : kCases) {
-    c.scenario([&](const std::function<void()>& run) {
-      refhost::FaultGuard guard(c.operation, c.nth);
-      EXPECT_THROW(run(), std::runtime_error) << c.name << ": " << c.operation << " call " << c.nth;
-      EXPECT_TRUE(refhost::FaultFired()) << c.name << ": " << c.operation << " call " << c.nth;
-    });
+  for (const auto& c : kCases) {
+    std::istringstream faults(c.faults);
+    std::string operation;
+    long nth;
+    while (faults >> operation >> nth) {
+      c.scenario([&](const std::function<void()>& run) {
+        refhost::FaultGuard guard(operation, nth);
+        EXPECT_THROW(run(), std::runtime_error) << c.name << ": " << operation << " call " << nth;
+        EXPECT_TRUE(refhost::FaultFired()) << c.name << ": " << operation << " call " << nth;
+      });
+    }
   }
 }
 
