@@ -102,8 +102,6 @@ TEST(IsInsideQuotes, FollowsTheQuoteState) {
   }
 }
 
-// ---- Promises over generated texts -------------------------------------------
-
 bool IsQuoteChar(char c) { return c == '\'' || c == '"'; }
 bool IsSeparatorChar(char c) { return c == ' ' || c == '\t' || c == '\n'; }
 
@@ -112,9 +110,7 @@ std::string RightTrimmed(std::string text) {
   return text;
 }
 
-// The string state of `text` before each position, lexing the whole text at
-// once: state[i] is the open quote before text[i] (0 outside strings). A
-// doubled quote inside a string is one character of it.
+// state[i]: the quote open before text[i], 0 outside strings.
 std::vector<char> StringStates(std::string const& text) {
   std::vector<char> state(text.size() + 1, 0);
   char open = 0;
@@ -147,16 +143,12 @@ std::vector<std::string> Lines(std::string const& wrapped) {
   return lines;
 }
 
-// Checks `wrapped`, the wrapped form of `text` (which holds no line feed), for
-// the wrapper's promises and returns the first one broken, or "":
-// - every line is a prefix (none on the first line, " " on later ones, " " and
-//   the quote on a line that continues a string), at most width - 3 characters
-//   of the text, and the quote and "+" when a string is open at its end;
-// - the pieces give the text's characters in order, up to blanks and tabs
-//   trimmed off line ends;
-// - a line (other than the last) ends in front of or after a break character,
-//   and not in a period, unless the search found no break and the text was
-//   cut at width - 3 characters or just before quote characters there.
+// The first promise that `wrapped` (of `text`, without line feeds) breaks, or
+// "": each line is a prefix ("", " ", or " " and the quote continuing a
+// string), at most width - 3 characters of the text, and the quote and "+"
+// when a string is open at its end; lines read back into the text up to
+// trimmed blanks; a line ends at a break character and not in a period,
+// unless cut at width - 3 or just before quote characters there.
 std::string CheckLines(std::string const& text, std::string const& wrapped, unsigned long width) {
   std::string const input = RightTrimmed(text);
   if (input.empty()) return wrapped.empty() ? "" : "non-empty result for empty text";
@@ -164,9 +156,8 @@ std::string CheckLines(std::string const& text, std::string const& wrapped, unsi
   std::vector<std::string> const lines = Lines(wrapped);
   std::vector<char> const states = StringStates(input);
   std::size_t const maxLen = width - 3;
-  // Reads the lines back into the text. A line that ends in a quote and "+"
-  // may close an open string or end with a string of its own, and a line may
-  // have lost trailing separators, so the reading backtracks over both.
+  // Backtracks: a quote and "+" may close a string or end one of the text's,
+  // and a line may have lost trailing separators.
   std::vector<std::size_t> starts;  // where each line's piece starts in the text
   std::set<std::pair<std::size_t, std::size_t>> failed;
   std::function<bool(std::size_t, std::size_t)> read = [&](std::size_t i, std::size_t pos) {
@@ -201,116 +192,95 @@ std::string CheckLines(std::string const& text, std::string const& wrapped, unsi
   };
   if (!read(0, 0)) return "the lines do not read back into the text";
   for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
-    std::size_t const cut = starts[i + 1];
-    std::string const where = "line " + std::to_string(i + 1) + " «" + lines[i] + "»: ";
-    if (cut - starts[i] > maxLen) return where + "took too much";
-    // A cut that the break search did not find is at width - 3, or moved back
-    // from there over quote characters only.
-    bool forced = true;
-    for (std::size_t k = cut + 1; k <= starts[i] + maxLen && k < input.size(); ++k) {
-      forced = forced && IsQuoteChar(input[k]);
+    auto problem = [&](std::size_t cut) -> std::string {
+      if (cut - starts[i] > maxLen) return "took too much";
+      bool forced = true;  // no break found: cut at width - 3, or before quotes there
+      for (std::size_t k = cut + 1; k <= starts[i] + maxLen && k < input.size(); ++k) {
+        forced = forced && IsQuoteChar(input[k]);
+      }
+      bool const inFront = std::strchr(" \t/+*-,()", input[cut]) != nullptr;
+      bool const after = std::strchr("/+*-,()", input[cut - 1]) != nullptr;
+      if (!inFront && !after && !forced) return "cut away from a break character";
+      std::string taken = input.substr(starts[i], cut - starts[i]);
+      while (taken.size() > 1 && (taken.back() == ' ' || taken.back() == '\t')) taken.pop_back();
+      return taken.back() == '.' && states[cut] == 0 && !forced ? "ends in a period" : "";
+    };
+    // A line of blanks only was trimmed to its prefix: its piece may begin
+    // anywhere in the blanks it covers.
+    std::string const first = problem(starts[i + 1]);
+    bool ok = first.empty();
+    for (std::size_t cut = starts[i + 1]; !ok && lines[i + 1] == " " && i + 2 < starts.size() &&
+                                          cut < starts[i + 2] && IsSeparatorChar(input[cut]);) {
+      ok = problem(++cut).empty();
     }
-    bool const inFront = std::strchr(" \t/+*-,()", input[cut]) != nullptr;
-    bool const after = std::strchr("/+*-,()", input[cut - 1]) != nullptr;
-    if (!inFront && !after && !forced) return where + "cut away from a break character";
-    std::string taken = input.substr(starts[i], cut - starts[i]);
-    while (taken.size() > 1 && (taken.back() == ' ' || taken.back() == '\t')) taken.pop_back();
-    if (taken.back() == '.' && states[cut] == 0 && !forced) return where + "ends in a period";
+    if (!ok) return "line " + std::to_string(i + 1) + " «" + lines[i] + "»: " + first;
   }
   return "";
 }
 
-// Generated VELD-like text: words, numbers with periods, operators, quoted
-// strings with doubled quotes, and now and then a long run without breaks.
-class TextGenerator {
- public:
-  explicit TextGenerator(unsigned seed) : fnRandom(seed) {}
-
-  std::string Next(std::size_t approxLength) {
-    std::string text;
-    while (text.size() < approxLength) {
-      switch (Pick(10)) {
-        case 0:
-        case 1:
-          text += Word(1 + Pick(12));
-          break;
-        case 2:
-          text += Word(1 + Pick(4)) + (Pick(2) ? "." : ".5");
-          break;
-        case 3:
-          text += Operator();
-          break;
-        case 4:
-          text += Quoted();
-          break;
-        case 5:
-          if (Pick(8) == 0)
-            text += Pick(2) ? Word(200 + Pick(400)) : LongQuoted();
-          else
-            text += Word(2 + Pick(6));
-          break;
-        default:
-          text += Operator();
-          text += Word(1 + Pick(8));
-          break;
-      }
-      text += Pick(6) == 0 ? "\t" : Pick(4) == 0 ? "  " : Pick(5) == 0 ? "" : " ";
-    }
-    return text;
-  }
-
- private:
-  unsigned Pick(unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(fnRandom); }
-
-  std::string Word(std::size_t length) {
+// VELD-like text: words, numbers with periods, operators, quoted strings with
+// doubled quotes, and now and then a long run without breaks.
+std::string Generate(std::mt19937& random, std::size_t approxLength) {
+  auto pick = [&](unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(random); };
+  auto word = [&](std::size_t length) {
     static char const kLetters[] =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$";
     std::string word;
-    for (std::size_t i = 0; i < length; ++i) word += kLetters[Pick(sizeof kLetters - 1)];
+    while (word.size() < length) word += kLetters[pick(sizeof kLetters - 1)];
     return word;
-  }
-
-  std::string Operator() {
+  };
+  auto op = [&] {
     static char const* const kOperators[] = {"EQ", "NE", "=", "<>", "+",  "-",  "*",  "/",  "**",
                                              "(",  ")",  ",", "&",  "/*", "*/", "&*", "OR", "AND"};
-    return kOperators[Pick(sizeof kOperators / sizeof *kOperators)];
-  }
-
-  std::string Quoted() {
-    char const quote = Pick(2) ? '\'' : '"';
+    return std::string(kOperators[pick(sizeof kOperators / sizeof *kOperators)]);
+  };
+  auto quoted = [&](bool isLong) {
+    char const quote = pick(2) ? '\'' : '"';
     std::string text(1, quote);
-    std::size_t const parts = Pick(6);
-    for (std::size_t i = 0; i < parts; ++i) {
-      switch (Pick(5)) {
-        case 0:  // a quote inside the string; never more than three quotes in a row
-          text += std::string(2, quote) + Word(1 + Pick(3));
+    for (std::size_t parts = pick(6); isLong ? text.size() < 300 : parts-- > 0;) {
+      switch (pick(5)) {
+        case 0:  // never more than three quotes in a row
+          text += std::string(2, quote) + word(1 + pick(3));
           break;
         case 1:
           text += quote == '\'' ? '"' : '\'';
           break;
         case 2:
-          text += Operator();
+          text += isLong ? word(1 + pick(30)) : op();
           break;
         default:
-          text += Word(1 + Pick(10));
+          text += word(1 + pick(isLong ? 30 : 10));
       }
-      if (Pick(2)) text += ' ';
+      if (!isLong && pick(2)) text += ' ';
     }
     return text + quote;
-  }
-
-  std::string LongQuoted() {
-    char const quote = Pick(2) ? '\'' : '"';
-    std::string text(1, quote);
-    while (text.size() < 300) {
-      text += Word(1 + Pick(30));
-      if (Pick(6) == 0) text += std::string(2, quote);
+  };
+  std::string text;
+  while (text.size() < approxLength) {
+    switch (pick(10)) {
+      case 0:
+      case 1:
+        text += word(1 + pick(12));
+        break;
+      case 2:
+        text += word(1 + pick(4)) + (pick(2) ? "." : ".5");
+        break;
+      case 3:
+        text += op();
+        break;
+      case 4:
+        text += quoted(false);
+        break;
+      case 5:
+        text += pick(8) != 0 ? word(2 + pick(6)) : pick(2) ? word(200 + pick(400)) : quoted(true);
+        break;
+      default:
+        text += op() + word(1 + pick(8));
     }
-    return text + quote;
+    text += pick(6) == 0 ? "\t" : pick(4) == 0 ? "  " : pick(5) == 0 ? "" : " ";
   }
-
-  std::mt19937 fnRandom;
-};
+  return text;
+}
 
 TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
   struct Case {
@@ -322,9 +292,9 @@ TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
   unsigned seed = 1;
   long stringCuts = 0;  // lines closed with a quote and "+", to show the texts reach that case
   for (Case const& c : kCases) {
-    TextGenerator generator(seed++);
+    std::mt19937 random(seed++);
     for (int i = 0; i < c.count; ++i) {
-      std::string const text = generator.Next(c.length);
+      std::string const text = Generate(random, c.length);
       std::string const wrapped = WrapString(text, c.width);
       ASSERT_EQ(CheckLines(text, wrapped, c.width), "")
           << "width " << c.width << ", text «" << text << "»\nwrapped:\n"
@@ -339,7 +309,7 @@ TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
 }
 
 TEST(WrapString, CheckerRejectsWhatAFaultyWrapperWouldWrite) {
-  // The promises above are only as good as the checker: it must reject these.
+  // The checker must reject faulty wrappings.
   std::string const text = "x EQ 'It''s a long label text'";
   struct Case {
     char const* fault;

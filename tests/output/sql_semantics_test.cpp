@@ -1,20 +1,17 @@
-// Whole-path SQL means what the tree does: the SELECT that ExportRules writes
-// for a node selection, run by SQLite over a table of records, returns exactly
-// the records whose path through the tree (as the classifier drops them)
-// passes through one of the selected nodes. Records probe missing values,
-// user-missing values, unknown categories and values exactly on the cuts.
+// The SELECT that ExportRules writes, run by SQLite over every combination of
+// probe values (missing, user-missing, unknown categories, values on the cuts),
+// returns exactly the records whose path through the tree (as the classifier
+// drops them) passes through one of the selected nodes.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "output/rulesoutputadapter.h"
+#include "../support/sqliterecords.h"
 #include "outputmodels.h"
 #include "refhost/records.h"
 #include "scoring/rulefactory.h"
@@ -25,204 +22,106 @@ using refhost::Split;
 using TreeOut_800::RulesNodeSelection;
 using TreeOut_800::RulesOutputAdapter;
 using Variant = mdt_800::Variant;
+using Node = tree_800::Node;
 
-// The record values tried for each variable of the rich model, in model
-// order; a Variant without content is a missing value.
-std::vector<std::vector<Variant>> ValuePools() {
+// Every combination of the probe values of the rich model's predictors; a
+// Variant without content is a missing value; the target is missing.
+std::vector<std::vector<Variant>> AllValues() {
   Variant const none;
-  return {
+  std::vector<std::vector<Variant>> const pools = {
       {none, 999.0, -5.0, 29.9, 30.0, 30.000001, 45.0, 50.0, 50.5, 69.0, 70.0, 70.5, 90.0},
       {none, 9.0, 1.0, 2.0, 3.0, 4.0, 5.0, 7.0},
       {none, "red", "green", "blue", "other", "purple"},
       {none, "S", "M", "L", "XL", "XXL"},
       {none, -1.0, -2.0, -0.5, 0.0, 999.99, 1000.0, 1000.5, 2500.0, 2500.01, 5000.0, 7000.0},
   };
-}
-
-std::vector<refhost::Record> AllRecords() {
-  auto const pools = ValuePools();
-  std::vector<refhost::Record> records;
+  std::vector<std::vector<Variant>> all;
   std::vector<std::size_t> at(pools.size(), 0);
-  for (;;) {
+  for (std::size_t v = 0; v < pools.size();) {
     std::vector<Variant> values;
-    for (std::size_t v = 0; v < pools.size(); ++v) values.push_back(pools[v][at[v]]);
-    values.push_back(Variant());  // the target
-    records.push_back(refhost::MakeRecord(values));
-    std::size_t v = 0;
-    while (v < pools.size() && ++at[v] == pools[v].size()) at[v++] = 0;
-    if (v == pools.size()) return records;
+    for (std::size_t p = 0; p < pools.size(); ++p) values.push_back(pools[p][at[p]]);
+    values.push_back(none);
+    all.push_back(values);
+    for (v = 0; v < pools.size() && ++at[v] == pools[v].size(); ++v) at[v] = 0;
   }
+  return all;
 }
 
-// An in-memory SQLite table `records` with column `id` and one column per
-// predictor of the rich model.
-class RecordTable {
- public:
-  explicit RecordTable(std::vector<refhost::Record> const& records) {
-    sqlite3_open(":memory:", &fnDb);
-    Exec(
-        "CREATE TABLE records (id INTEGER, age REAL, region REAL, color TEXT, size TEXT, "
-        "income REAL)");
-    Exec("BEGIN");
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(fnDb, "INSERT INTO records VALUES (?, ?, ?, ?, ?, ?)", -1, &insert, nullptr);
-    for (std::size_t i = 0; i < records.size(); ++i) {
-      sqlite3_bind_int64(insert, 1, static_cast<sqlite3_int64>(i));
-      for (int v = 0; v < 5; ++v) {
-        Variant const& value = records[i][v + 1];
-        if (value.GetType() == Variant::TYPE_STRING) {
-          sqlite3_bind_text(insert, v + 2, static_cast<std::string const&>(value).c_str(), -1,
-                            SQLITE_TRANSIENT);
-        } else if (value.GetType() == Variant::TYPE_NONE) {
-          sqlite3_bind_null(insert, v + 2);
-        } else {
-          sqlite3_bind_double(insert, v + 2, static_cast<double>(value));
-        }
-      }
-      sqlite3_step(insert);
-      sqlite3_reset(insert);
-    }
-    sqlite3_finalize(insert);
-    Exec("COMMIT");
-  }
-  ~RecordTable() { sqlite3_close(fnDb); }
-  RecordTable(RecordTable const&) = delete;
-  RecordTable& operator=(RecordTable const&) = delete;
-
-  // The ids of the rows that a "SELECT * FROM <TABLE> ..." statement returns;
-  // an SQL error is returned in `error`.
-  std::set<long> Select(std::string statement, std::string* error) const {
-    statement.replace(statement.find("<TABLE>"), 7, "records");
-    std::set<long> ids;
-    sqlite3_stmt* query = nullptr;
-    if (sqlite3_prepare_v2(fnDb, statement.c_str(), -1, &query, nullptr) != SQLITE_OK) {
-      *error = sqlite3_errmsg(fnDb);
-      return ids;
-    }
-    while (sqlite3_step(query) == SQLITE_ROW) ids.insert(sqlite3_column_int64(query, 0));
-    sqlite3_finalize(query);
-    return ids;
-  }
-
- private:
-  void Exec(char const* sql) { sqlite3_exec(fnDb, sql, nullptr, nullptr, nullptr); }
-  sqlite3* fnDb = nullptr;
-};
-
-// For each record, the nodes its path passes through: where the classifier
-// stops it, and that node's ancestors.
-std::vector<std::set<tree_800::Node const*>> Paths(refhost::Model const& model,
-                                                   std::vector<refhost::Record> const& records) {
-  std::unique_ptr<TreeOut_800::RecordClassifier> const classifier(
-      TreeOut_800::RuleFactory::CreateRecordClassifier(&model.GetTree(), &model.GetMetadata()));
-  std::vector<std::set<tree_800::Node const*>> paths;
-  for (refhost::Record const& record : records) {
-    std::set<tree_800::Node const*> path;
-    for (tree_800::Node const* node = classifier->Score(record); node != nullptr;
-         node = node->GetParent()) {
-      path.insert(node);
-    }
-    paths.push_back(std::move(path));
-  }
-  return paths;
-}
-
-std::vector<tree_800::Node const*> Leaves(tree_800::Node const* node) {
-  if (node->GetNumChildren() <= 0) return {node};
-  std::vector<tree_800::Node const*> leaves;
-  for (int i = 0; i < node->GetNumChildren(); ++i) {
-    auto const below = Leaves(node->GetChild(i));
-    leaves.insert(leaves.end(), below.begin(), below.end());
-  }
-  return leaves;
-}
-
-std::string Text(Variant const& value) {
-  switch (value.GetType()) {
-    case Variant::TYPE_STRING:
-      return "'" + static_cast<std::string const&>(value) + "'";
-    case Variant::TYPE_NONE:
-      return "(missing)";
-    default:
-      return std::to_string(static_cast<double>(value));
-  }
-}
-
-// The first records that only one side selects, with their values and the
-// node where the classifier stops them.
-std::string Differences(std::set<long> const& selected, std::set<long> const& expected,
-                        std::vector<refhost::Record> const& records,
-                        std::vector<std::set<tree_800::Node const*>> const& paths) {
+std::string Describe(std::vector<Variant> const& values) {
   std::string text;
-  int shown = 0;
-  for (std::size_t r = 0; r < records.size() && shown < 6; ++r) {
-    bool const bySql = selected.count(static_cast<long>(r)) != 0;
-    if (bySql == (expected.count(static_cast<long>(r)) != 0)) continue;
-    ++shown;
-    text += bySql ? "selected, not routed there:" : "routed there, not selected:";
-    for (int v = 1; v <= 5; ++v) text += " " + Text(records[r][v]);
-    unsigned int deepest = 0;
-    std::size_t depth = 0;
-    for (auto const* node : paths[r]) {
-      std::size_t d = 0;
-      for (auto const* p = node; p != nullptr; p = p->GetParent()) ++d;
-      if (d > depth) {
-        depth = d;
-        deepest = node->GetId();
-      }
-    }
-    text += " -> node " + std::to_string(deepest) + "\n";
+  for (Variant const& value : values) {
+    text += value.GetType() == Variant::TYPE_STRING ? static_cast<std::string const&>(value)
+            : value.GetType() == Variant::TYPE_NONE ? std::string("(missing)")
+                                                    : std::to_string(static_cast<double>(value));
+    text += " ";
   }
   return text;
 }
 
-// Checks every leaf alone, and some selections of several nodes, of `model`
-// over every combination of the probe values, or over `sample` of them.
+// Every leaf alone and some random selections of several nodes of `model`,
+// over all probe records or `sample` of them.
 void CheckModel(refhost::Model const& model, unsigned seed, std::size_t sample = 0) {
-  std::vector<refhost::Record> records = AllRecords();
   std::mt19937 random(seed);
+  std::vector<std::vector<Variant>> values = AllValues();
   if (sample != 0) {
-    std::shuffle(records.begin(), records.end(), random);
-    records.resize(sample);
+    std::shuffle(values.begin(), values.end(), random);
+    values.resize(sample);
   }
-  RecordTable const table(records);
-  auto const paths = Paths(model, records);
-  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
-
-  std::vector<std::vector<tree_800::Node const*>> selections;
-  for (tree_800::Node const* leaf : Leaves(model.GetTree().GetRoot())) selections.push_back({leaf});
-  std::vector<tree_800::Node const*> all;
-  for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();)
+  testsupport::SqliteRecords table(model.GetMetadata().GetVariables());
+  std::unique_ptr<TreeOut_800::RecordClassifier> const classifier(
+      TreeOut_800::RuleFactory::CreateRecordClassifier(&model.GetTree(), &model.GetMetadata()));
+  std::vector<std::set<Node const*>> paths;  // the nodes each record's path passes through
+  for (auto const& record : values) {
+    table.Insert(record);
+    paths.emplace_back();
+    for (Node const* n = classifier->Score(refhost::MakeRecord(record)); n; n = n->GetParent()) {
+      paths.back().insert(n);
+    }
+  }
+  std::vector<std::vector<Node const*>> selections;
+  std::vector<Node const*> all;
+  for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
     all.push_back(it.Next());
+    if (all.back()->GetNumChildren() <= 0) selections.push_back({all.back()});
+  }
   for (int i = 0; i < 8; ++i) {
     std::shuffle(all.begin(), all.end(), random);
     selections.emplace_back(all.begin(), all.begin() + 2 + i % 3);
   }
-
+  RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
   for (int numberFormat : {1, 0}) {
     for (auto const& nodes : selections) {
       RulesNodeSelection selection;
-      for (tree_800::Node const* node : nodes) selection.AddNode(node, 1);
+      for (Node const* node : nodes) selection.AddNode(node, 1);
       std::string const sql =
-          adapter.ExportRules(outputtest::Options(0, 0, 0, numberFormat), selection).Str();
-      std::string error;
-      std::set<long> const selected = table.Select(sql, &error);
-      ASSERT_EQ(error, "") << sql;
-      // The selection merges complete sibling sets into their parent: the
-      // records meant are those that pass through one of its own nodes.
-      selection.Synchronize(&model.GetTree());
-      std::set<long> expected;
-      for (std::size_t r = 0; r < records.size(); ++r) {
-        auto const& entries = selection.EnumerateNodes();
-        bool const reaches = std::any_of(entries.begin(), entries.end(), [&](auto const& entry) {
-          return paths[r].count(entry.first) != 0;
-        });
-        if (reaches) expected.insert(static_cast<long>(r));
+          outputtest::Export(adapter, outputtest::Options(0, 0, 0, numberFormat), selection);
+      std::string where = "1";
+      if (sql != "SELECT * FROM <TABLE>;") {
+        ASSERT_EQ(sql.rfind("SELECT * FROM <TABLE>\nWHERE ", 0), 0u) << sql;
+        where = sql.substr(27, sql.size() - 28);
       }
-      ASSERT_EQ(selected, expected)
-          << "number format " << numberFormat << ", first node " << nodes.front()->GetId() << ":\n"
-          << sql << "\n"
-          << Differences(selected, expected, records, paths);
+      std::vector<int> const selected = table.Select(where);
+      // Complete sibling sets merge into their parent: the records meant are
+      // those that pass through one of the synchronised selection's nodes.
+      selection.Synchronize(&model.GetTree());
+      std::vector<int> expected;
+      for (std::size_t r = 0; r < values.size(); ++r) {
+        for (auto const& entry : selection.EnumerateNodes()) {
+          if (paths[r].count(entry.first) != 0) {
+            expected.push_back(static_cast<int>(r));
+            break;
+          }
+        }
+      }
+      if (selected == expected) continue;
+      std::vector<int> differ;
+      std::set_symmetric_difference(selected.begin(), selected.end(), expected.begin(),
+                                    expected.end(), std::back_inserter(differ));
+      FAIL() << "number format " << numberFormat << ", first node " << nodes.front()->GetId()
+             << ":\n"
+             << sql << "\nfirst record only one side selects: " << Describe(values[differ[0]])
+             << (std::binary_search(selected.begin(), selected.end(), differ[0]) ? "(by SQL)"
+                                                                                 : "(by the tree)");
     }
   }
 }
@@ -243,42 +142,26 @@ refhost::Model RandomModel(unsigned seed) {
   b.OrderedCategories("size", {"S", "M", "L", "XL"});
   b.Scale("income").MissingRange(-1e9, -1.0);
   b.ClassTarget("risk", {"low", "high"});
-
   // A split of `variable` into `children` children.
   auto split = [&](int variable, int children) {
-    switch (variable) {
-      case 0:
-      case 4: {
-        std::vector<double> pool = variable == 0 ? std::vector<double>{20, 30, 45, 50, 70}
-                                                 : std::vector<double>{0, 1000, 2500, 5000};
-        std::shuffle(pool.begin(), pool.end(), random);
-        pool.resize(children - 1);
-        std::sort(pool.begin(), pool.end());
-        return Split::Cuts(variable, pool);
-      }
-      case 3: {
-        std::vector<Variant> pool = {"S", "M", "L"};
-        std::shuffle(pool.begin(), pool.end(), random);
-        pool.resize(children - 1);
-        std::sort(pool.begin(), pool.end(), [](Variant const& a, Variant const& b) {
-          auto rank = [](Variant const& v) {
-            return std::string("SML").find(static_cast<std::string const&>(v)[0]);
-          };
-          return rank(a) < rank(b);
-        });
-        return Split::CategoryCuts(variable, pool);
-      }
-      default: {
-        int const codes = variable == 1 ? 5 : 4;
-        std::vector<std::vector<int>> perChild(children);
-        for (int code = 1; code <= codes; ++code) {
-          perChild[code <= children ? code - 1 : pick(children)].push_back(code);
-        }
-        return Split::Codes(variable, perChild);
-      }
+    if (variable == 0 || variable == 4 || variable == 3) {
+      std::vector<double> pool = variable == 0   ? std::vector<double>{20, 30, 45, 50, 70}
+                                 : variable == 4 ? std::vector<double>{0, 1000, 2500, 5000}
+                                                 : std::vector<double>{0, 1, 2};
+      std::shuffle(pool.begin(), pool.end(), random);
+      pool.resize(children - 1);
+      std::sort(pool.begin(), pool.end());
+      if (variable != 3) return Split::Cuts(variable, pool);
+      std::vector<Variant> sizes;
+      for (double rank : pool) sizes.push_back(std::string(1, "SML"[static_cast<int>(rank)]));
+      return Split::CategoryCuts(variable, sizes);
     }
+    std::vector<std::vector<int>> perChild(children);
+    for (int code = 1; code <= (variable == 1 ? 5 : 4); ++code) {
+      perChild[code <= children ? code - 1 : pick(children)].push_back(code);
+    }
+    return Split::Codes(variable, perChild);
   };
-
   unsigned int nextId = 1;
   std::vector<std::pair<unsigned int, int>> open = {{0, 0}};  // (id, depth)
   while (!open.empty()) {
@@ -292,11 +175,8 @@ refhost::Model RandomModel(unsigned seed) {
     bool const missingChild = pick(3) == 0;
     if (missingChild) first.Missing(pick(children));
     refhost::NodeSpec& node = b.Node(id).SplitBy(first);
-    // The text of a chain whose primary split has a missing-value child does
-    // not say what the tree does with records that the surrogates would
-    // place; such nodes get no surrogates here.
-    int const surrogates = missingChild ? 0 : pick(3);
-    for (int s = 0; s < surrogates; ++s) {
+    // Surrogates beside a missing-value child would never be asked.
+    for (int s = missingChild ? 3 : 1 + pick(3); s < 3; ++s) {
       node.Surrogate(split((primary + 1 + pick(4)) % 5, children));
     }
     if (pick(3) != 0) node.DefaultChild(pick(children));
