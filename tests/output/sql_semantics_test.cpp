@@ -86,7 +86,8 @@ void CheckModel(refhost::Model const& model, unsigned seed, std::size_t sample =
   }
   for (int i = 0; i < 8; ++i) {
     std::shuffle(all.begin(), all.end(), random);
-    selections.emplace_back(all.begin(), all.begin() + 2 + i % 3);
+    selections.emplace_back(all.begin(),
+                            all.begin() + std::min<std::size_t>(2 + i % 3, all.size()));
   }
   RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
   for (int numberFormat : {1, 0}) {
