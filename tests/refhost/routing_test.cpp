@@ -50,7 +50,7 @@ TEST(Routing, FollowsSplitsSurrogatesAndDefaults) {
       {"just above the cut", 30.5, kNone, kNone, "M", 6},
       {"ordered categories by code", 40.0, kNone, kNone, "S", 5},
       {"first surrogate, child 0", kNone, "north", kNone, kNone, 3},
-      {"first surrogate, child 1", kNone, "south", kNone, "L", 6},
+      {"first surrogate before the second", kNone, "south", 500.0, "L", 6},
       {"second surrogate when region is missing", kNone, kNone, 500.0, kNone, 4},
       {"unmapped category falls to next surrogate", kNone, "west", 2000.0, "S", 5},
       {"unknown category falls to next surrogate", kNone, "mars", 2000.0, "M", 6},
