@@ -35,114 +35,73 @@ std::string BuildError(std::function<void(refhost::ModelBuilder&)> const& descri
   return "(built)";
 }
 
+// Node 0 split on age at 30 into nodes 1 and 2.
+refhost::NodeSpec& Age30(refhost::ModelBuilder& b) {
+  return b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2});
+}
+
+// Malformed descriptions, one each.
+using B = refhost::ModelBuilder&;
+void ChildIndexBeyondSplit(B b) { b.Node(3).SplitOrdinal(0, {30.0}).Children({4, 5}).Child(2, 6); }
+void PredictorBeyondModel(B b) { b.Node(0).SplitOrdinal(7, {1.0}).Children({1, 2}); }
+void UndeclaredCategory(B b) { b.Node(0).SplitNominal(1, {{"north"}, {"mars"}}).Children({1, 2}); }
+void NumberCategory(B b) { b.Node(0).SplitNominal(1, {{"north"}, {2.0}}).Children({1, 2}); }
+void UndeclaredCode(B b) { b.Node(0).SplitCodes(1, {{1}, {5}}).Children({1, 2}); }
+void CategoryTwice(B b) {
+  b.Node(0).SplitNominal(1, {{"north"}, {"south", "north"}}).Children({1, 2});
+}
+void TwoParents(B b) { b.Node(0).Children({1, 2}), b.Node(1).Children({2}); }
+void ChildTwice(B b) { b.Node(0).Children({1, 1}); }
+void MissingBeyond(B b) { Age30(b).MissingChild(2); }
+void DefaultChildBeyondNode(B b) { Age30(b).DefaultChild(3); }
+void ChildNotGiven(B b) { b.Node(0).SplitOrdinal(0, {30.0, 40.0}).Children({1, 2}); }
+void CutsDescending(B b) { b.Node(0).SplitOrdinal(0, {40.0, 30.0}).Children({1, 2, 3}); }
+void SurrogateWidth(B b) { Age30(b).Surrogate(Split::Cuts(2, {1, 2})); }
+void SurrogateCat(B b) { Age30(b).Surrogate(Split::Nominal(1, {{"north"}, {"pluto"}})); }
+void RangeClosedBelow(B b) {
+  b.Node(0).SplitRanges(2, {Range::AtLeast(5), Range::Below(5)}).Children({1, 2});
+}
+void PredictedCategory(B b) { b.Node(0).Predict(3, {0.5, 0.5}); }
+void ProbabilityCount(B b) { b.Node(0).Predict(1, {0.5, 0.25, 0.25}); }
+void ValueForClasses(B b) { b.Node(0).PredictValue(2.5); }
+void TwoRoots(B b) { b.Node(0), b.Node(5); }
+void NoRoot(B b) { b.Node(0).Children({1}), b.Node(1).Children({0}); }
+void Cycle(B b) { b.Node(0).Children({1}), b.Node(2).Children({3}), b.Node(3).Children({2}); }
+void MissingChildNoSplit(B b) { b.Node(0).Children({1, 2}).MissingChild(0); }
+void MixedCategories(B b) { b.Nominal("bad", {"a", 1.0}), b.Node(0); }
+void Nothing(B) {}
+
 TEST(ModelBuilder, RejectsMalformedDescriptions) {
-  using B = refhost::ModelBuilder&;
   struct {
-    std::function<void(B)> describe;
+    void (*describe)(B);
     char const* message;
   } const cases[] = {
-      {[](B b) {
-         b.Node(3).SplitOrdinal(0, {30.0}).Children({4, 5}).Child(2, 6);
-       },
-       "node 3: child index 2 out of range (split has 2 children)"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(7, {1.0}).Children({1, 2});
-       },
-       "node 0: predictor 7 out of range (model has 4 variables)"},
-      {[](B b) {
-         b.Node(0).SplitNominal(1, {{"north"}, {"mars"}}).Children({1, 2});
-       },
-       "node 0: category 'mars' not declared for variable 'region'"},
-      {[](B b) {
-         b.Node(0).SplitNominal(1, {{"north"}, {2.0}}).Children({1, 2});
-       },
-       "node 0: category 2 not declared for variable 'region'"},
-      {[](B b) {
-         b.Node(0).SplitCodes(1, {{1}, {5}}).Children({1, 2});
-       },
-       "node 0: code 5 not declared for variable 'region'"},
-      {[](B b) {
-         b.Node(0).SplitNominal(1, {{"north"}, {"south", "north"}}).Children({1, 2});
-       },
-       "node 0: category 'north' sent to children 0 and 1"},
-      {[](B b) {
-         b.Node(0).Children({1, 2});
-         b.Node(1).Children({2});
-       },
-       "node 2: child of both node 0 and node 1"},
-      {[](B b) {
-         b.Node(0).Children({1, 1});
-       },
-       "node 1: child of node 0 twice"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).MissingChild(2);
-       },
-       "node 0: missing-value child 2 out of range (split has 2 children)"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).DefaultChild(3);
-       },
-       "node 0: default child 3 out of range (node has 2 children)"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {30.0, 40.0}).Children({1, 2});
-       },
-       "node 0: child 2 not given"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {40.0, 30.0}).Children({1, 2, 3});
-       },
-       "node 0: cut points not ascending"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).Surrogate(Split::Cuts(2, {1, 2}));
-       },
-       "node 0 surrogate 0: has 3 children, primary split 2"},
-      {[](B b) {
-         b.Node(0).SplitOrdinal(0, {30.0}).Children({1, 2}).Surrogate(
-             Split::Nominal(1, {{"north"}, {"pluto"}}));
-       },
-       "node 0 surrogate 0: category 'pluto' not declared for variable 'region'"},
-      {[](B b) {
-         b.Node(0).SplitRanges(2, {Range::AtLeast(5), Range::Below(5)}).Children({1, 2});
-       },
-       "node 0: range 0 on encoded variable 'income' must be (a, b]"},
-      {[](B b) {
-         b.Node(0).Predict(3, {0.5, 0.5});
-       },
-       "node 0: predicted category 3 out of range (target has 2 categories)"},
-      {[](B b) {
-         b.Node(0).Predict(1, {0.5, 0.25, 0.25});
-       },
-       "node 0: 3 probabilities for 2 categories"},
-      {[](B b) { b.Node(0).PredictValue(2.5); },
-       "node 0: a predicted value needs a continuous target"},
-      {[](B b) {
-         b.Node(0);
-         b.Node(5);
-       },
-       "two roots: node 0 and node 5"},
-      {[](B b) {
-         b.Node(0).Children({1});
-         b.Node(1).Children({0});
-       },
-       "no root: every node is some node's child"},
-      {[](B b) {
-         b.Node(0).Children({1});
-         b.Node(2).Children({3});
-         b.Node(3).Children({2});
-       },
-       "node 2: not reachable from the root (cycle)"},
-      {[](B b) {
-         b.Node(0).Children({1, 2}).MissingChild(0);
-       },
-       "node 0: missing-value child without a split"},
-      {[](B b) {
-         b.Nominal("bad", {"a", 1.0});
-         b.Node(0);
-       },
-       "variable 'bad': categories mix numbers and strings"},
-      {[](B) {}, "no nodes"},
+      {ChildIndexBeyondSplit, "node 3: child index 2 out of range (split has 2 children)"},
+      {PredictorBeyondModel, "node 0: predictor 7 out of range (model has 4 variables)"},
+      {UndeclaredCategory, "node 0: category 'mars' not declared for variable 'region'"},
+      {NumberCategory, "node 0: category 2 not declared for variable 'region'"},
+      {UndeclaredCode, "node 0: code 5 not declared for variable 'region'"},
+      {CategoryTwice, "node 0: category 'north' sent to children 0 and 1"},
+      {TwoParents, "node 2: child of both node 0 and node 1"},
+      {ChildTwice, "node 1: child of node 0 twice"},
+      {MissingBeyond, "node 0: missing-value child 2 out of range (split has 2 children)"},
+      {DefaultChildBeyondNode, "node 0: default child 3 out of range (node has 2 children)"},
+      {ChildNotGiven, "node 0: child 2 not given"},
+      {CutsDescending, "node 0: cut points not ascending"},
+      {SurrogateWidth, "node 0 surrogate 0: has 3 children, primary split 2"},
+      {SurrogateCat, "node 0 surrogate 0: category 'pluto' not declared for variable 'region'"},
+      {RangeClosedBelow, "node 0: range 0 on encoded variable 'income' must be (a, b]"},
+      {PredictedCategory, "node 0: predicted category 3 out of range (target has 2 categories)"},
+      {ProbabilityCount, "node 0: 3 probabilities for 2 categories"},
+      {ValueForClasses, "node 0: a predicted value needs a continuous target"},
+      {TwoRoots, "two roots: node 0 and node 5"},
+      {NoRoot, "no root: every node is some node's child"},
+      {Cycle, "node 2: not reachable from the root (cycle)"},
+      {MissingChildNoSplit, "node 0: missing-value child without a split"},
+      {MixedCategories, "variable 'bad': categories mix numbers and strings"},
+      {Nothing, "no nodes"},
   };
-  for (auto const& c : cases) {
-    EXPECT_EQ(BuildError(c.describe), c.message);
-  }
+  for (auto const& c : cases) EXPECT_EQ(BuildError(c.describe), c.message);
 }
 
 TEST(ShapeTree, RejectsDuplicatesAndStrayParents) {
