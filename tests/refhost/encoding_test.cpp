@@ -5,7 +5,8 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <typeinfo>
+#include <sstream>
+#include <utility>
 
 #include "host/systemmissing.h"
 #include "refhost/builder.h"
@@ -54,6 +55,37 @@ TEST(Variant, Conversions) {
   EXPECT_EQ(static_cast<std::string const&>(v), "");
 }
 
+// Encoding sets as text: "{a, b}" for values, "[0, 10)" for an interval; an
+// infinite end shows as "-inf"/"inf" when it holds the finite extreme bound,
+// as "-INF"/"INF" when it holds an infinity.
+std::string Text(mdt_800::EncodingSet const& set) {
+  bool const interval = dynamic_cast<mdt_800::Interval const*>(&set) != nullptr;
+  std::string text = interval ? "" : "{";
+  std::vector<mdt_800::EncodingItem> const items = set.GetItems();
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    Variant const& v = items[i].GetValue();
+    std::ostringstream value;
+    if (interval) value << (i == 0 ? items[i].IsInclusive() ? "[" : "(" : ", ");
+    if (v.GetType() == Variant::TYPE_STRING) {
+      value << static_cast<std::string const&>(v);
+    } else if (items[i].IsInfinity()) {
+      double const x = v;
+      value << (x < 0 ? "-" : "") << (std::isinf(x) ? "INF" : "inf");
+    } else {
+      value << static_cast<double>(v);
+    }
+    if (interval && i == 1) value << (items[i].IsInclusive() ? "]" : ")");
+    text += (!interval && i > 0 ? ", " : "") + value.str();
+  }
+  return interval ? text : text + "}";
+}
+
+std::string Text(mdt_800::EncodingSets const& sets) {
+  std::string text;
+  for (auto const& set : sets.GetEncodingSetList()) text += (text.empty() ? "" : " ") + Text(*set);
+  return text;
+}
+
 TEST(EncodingSets, CopiesDeeplyAndFindsFirstIntervalAndValue) {
   mdt_800::EncodingSets sets;
   EXPECT_EQ(std::unique_ptr<mdt_800::Interval>(sets.GetFirstInterval()), nullptr);
@@ -67,31 +99,20 @@ TEST(EncodingSets, CopiesDeeplyAndFindsFirstIntervalAndValue) {
   sets.AddEncodingSet(values);
   mdt_800::EncodingSets const copy = sets;
   sets.AddEncodingSet(values);
-  ASSERT_EQ(copy.GetEncodingSetList().size(), 3u);
+  EXPECT_EQ(Text(copy), "(-INF, 5] {} {a, b}");
   EXPECT_NE(copy.GetEncodingSetList()[0].get(), sets.GetEncodingSetList()[0].get());
-
-  std::unique_ptr<mdt_800::Interval> interval(copy.GetFirstInterval());
-  ASSERT_NE(interval, nullptr);
-  std::vector<mdt_800::EncodingItem> const items = interval->GetItems();
-  ASSERT_EQ(items.size(), 2u);
-  EXPECT_TRUE(items[0].IsInfinity());
-  EXPECT_FALSE(items[1].IsInfinity());
-  EXPECT_TRUE(items[1].IsInclusive());
-  EXPECT_EQ(items[1].GetValue(), Variant(5.0));
-  std::unique_ptr<Variant> first(copy.GetFirstValue());
-  ASSERT_NE(first, nullptr);
-  EXPECT_EQ(*first, Variant("a"));
+  EXPECT_EQ(Text(*std::unique_ptr<mdt_800::Interval>(copy.GetFirstInterval())), "(-INF, 5]");
+  EXPECT_EQ(*std::unique_ptr<Variant>(copy.GetFirstValue()), Variant("a"));
 }
 
 TEST(EncodingItem, InfinityIsADoubleInfinityOnly) {
-  EXPECT_TRUE(mdt_800::EncodingItem(Variant(kInf), true).IsInfinity());
-  EXPECT_TRUE(mdt_800::EncodingItem(Variant(-kInf), true).IsInfinity());
-  EXPECT_TRUE(mdt_800::EncodingItem(Variant(refhost::kLowestBound), true).IsInfinity());
-  EXPECT_TRUE(mdt_800::EncodingItem(Variant(refhost::kHighestBound), true).IsInfinity());
-  EXPECT_FALSE(mdt_800::EncodingItem(Variant(-DBL_MAX), true).IsInfinity()) << "system-missing";
-  EXPECT_FALSE(mdt_800::EncodingItem(Variant(1e308), true).IsInfinity());
-  EXPECT_FALSE(mdt_800::EncodingItem(Variant("inf"), true).IsInfinity());
-  EXPECT_FALSE(mdt_800::EncodingItem(Variant(), true).IsInfinity());
+  using refhost::kHighestBound, refhost::kLowestBound;
+  for (Variant const& v :
+       {Variant(kInf), Variant(-kInf), Variant(kLowestBound), Variant(kHighestBound)})
+    EXPECT_TRUE(mdt_800::EncodingItem(v, true).IsInfinity()) << static_cast<double>(v);
+  // -DBL_MAX is the system-missing value.
+  for (Variant const& v : {Variant(-DBL_MAX), Variant(1e308), Variant("inf"), Variant()})
+    EXPECT_FALSE(mdt_800::EncodingItem(v, true).IsInfinity()) << static_cast<double>(v);
 }
 
 refhost::Model EncoderModel() {
@@ -108,107 +129,47 @@ refhost::Model EncoderModel() {
 TEST(Encoder, EncodesValuesToCodes) {
   refhost::Model const m = EncoderModel();
   auto const& vars = m.GetMetadata().GetVariables();
+  double const S = kSysmis;
   struct {
     int var;
-    Variant value;
-    double code;
+    std::vector<Variant> values;
+    std::vector<double> codes;
   } const cases[] = {
-      {0, "north", 1},
-      {0, "west", kSysmis},
-      {0, "unknown", kSysmis},
-      {0, Variant(), kSysmis},
-      {0, 1.0, kSysmis},
-      {1, 20L, 2},
-      {1, 15.0, kSysmis},
-      {1, "10", kSysmis},
-      {2, -0.5, 1},
-      {2, 0.0, 2},
-      {2, 9.999, 2},
-      {2, 10.0, 3},
-      {2, 1e308, 3},
-      {3, 5.5, 5.5},
-      {3, 7L, 7},
-      {3, -1.0, kSysmis},
-      {3, 9999.0, kSysmis},
-      {3, -99.0, kSysmis},
-      {3, -90.0, kSysmis},
-      {3, -89.5, -89.5},
-      {3, -100.0, -100},
-      {3, -1e6, kSysmis},
-      {3, "5", kSysmis},
-      {3, Variant(), kSysmis},
+      {0, {"north", "west", "unknown", Variant(), 1.0}, {1, S, S, S, S}},
+      {1, {20L, 15.0, "10"}, {2, S, S}},
+      {2, {-0.5, 0.0, 9.999, 10.0, 1e308}, {1, 2, 2, 3, 3}},
+      {3,
+       {5.5, 7L, -1.0, 9999.0, -99.0, -90.0, -89.5, -100.0, -1e6, "5", Variant()},
+       {5.5, 7, S, S, S, S, -89.5, -100, S, S, S}},
   };
   for (auto const& c : cases) {
-    mdt_800::Encoder const* encoder = vars[c.var].GetEncoding();
-    ASSERT_NE(encoder, nullptr);
-    EXPECT_EQ(encoder->Encode(c.value), c.code)
-        << vars[c.var].GetName() << " " << static_cast<double>(c.value)
-        << static_cast<std::string const&>(c.value);
+    std::vector<double> codes;
+    for (Variant const& v : c.values) codes.push_back(vars[c.var].GetEncoding()->Encode(v));
+    EXPECT_EQ(codes, c.codes) << vars[c.var].GetName();
   }
   EXPECT_EQ(vars[4].GetEncoding(), nullptr);
 }
 
-TEST(Encoder, DecodesCodesToValuesAndRanges) {
+TEST(Encoder, DecodesCodesAndCarriesUserMissingValues) {
   refhost::Model const m = EncoderModel();
   auto const& vars = m.GetMetadata().GetVariables();
   auto const* region = dynamic_cast<mdt_800::MapEncoder const*>(vars[0].GetEncoding());
   ASSERT_NE(region, nullptr);
   EXPECT_EQ(region->EncodedValues(), (std::vector<int>{1, 2, 3}));
-  for (double code : {0.0, 4.0, 1.5, kSysmis}) {
-    EXPECT_TRUE(region->Decode(code).GetEncodingSetList().empty()) << code;
-  }
-  std::unique_ptr<Variant> south(region->Decode(2).GetFirstValue());
-  ASSERT_NE(south, nullptr);
-  EXPECT_EQ(*south, Variant("south"));
-
-  // Bands: [-inf, 0), [0, 10), [10, +inf); the unbounded ends hold the
-  // finite extreme bounds.
-  mdt_800::Encoder const* band = vars[2].GetEncoding();
   struct {
+    int var;
     double code;
-    bool lowerInfinite, lowerInclusive;
-    double lower;
-    bool upperInfinite, upperInclusive;
-    double upper;
-  } const bands[] = {{1, true, false, refhost::kLowestBound, false, false, 0},
-                     {2, false, true, 0, false, false, 10},
-                     {3, false, true, 10, true, false, refhost::kHighestBound}};
-  for (auto const& c : bands) {
-    mdt_800::EncodingSets const sets = band->Decode(c.code);
-    EXPECT_EQ(std::unique_ptr<Variant>(sets.GetFirstValue()), nullptr);
-    std::unique_ptr<mdt_800::Interval> interval(sets.GetFirstInterval());
-    ASSERT_NE(interval, nullptr) << c.code;
-    auto const items = interval->GetItems();
-    EXPECT_EQ(items[0].IsInfinity(), c.lowerInfinite) << c.code;
-    EXPECT_EQ(items[1].IsInfinity(), c.upperInfinite) << c.code;
-    if (!c.lowerInfinite) {
-      EXPECT_EQ(items[0].IsInclusive(), c.lowerInclusive) << c.code;
-    }
-    if (!c.upperInfinite) {
-      EXPECT_EQ(items[1].IsInclusive(), c.upperInclusive) << c.code;
-    }
-    EXPECT_EQ(static_cast<double>(items[0].GetValue()), c.lower);
-    EXPECT_EQ(static_cast<double>(items[1].GetValue()), c.upper);
+    char const* sets;
+  } const cases[] = {
+      {0, 2, "{south}"}, {0, 0, ""},          {0, 4, ""},
+      {0, 1.5, ""},      {0, kSysmis, ""},    {2, 1, "(-inf, 0)"},
+      {2, 2, "[0, 10)"}, {2, 3, "[10, inf)"}, {3, 12.25, "{12.25}"},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(Text(vars[c.var].GetEncoding()->Decode(c.code)), c.sets) << c.var << " " << c.code;
   }
-
-  // A numeric encoder decodes a code to the number itself.
-  std::unique_ptr<Variant> number(vars[3].GetEncoding()->Decode(12.25).GetFirstValue());
-  ASSERT_NE(number, nullptr);
-  EXPECT_EQ(static_cast<double>(*number), 12.25);
-}
-
-TEST(Encoder, CarriesUserMissingValuesAsSetsAndRanges) {
-  refhost::Model const m = EncoderModel();
-  auto const& vars = m.GetMetadata().GetVariables();
-  mdt_800::MissingValues const* missing = vars[3].GetEncoding()->GetMissingValues();
-  ASSERT_NE(missing, nullptr);
-  auto const& list = missing->GetEncodingSets()->GetEncodingSetList();
-  ASSERT_EQ(list.size(), 3u);
-  EXPECT_EQ(typeid(*list[0]), typeid(mdt_800::DiscreteValues));
-  EXPECT_EQ(list[0]->GetItems().size(), 2u);
-  EXPECT_EQ(typeid(*list[1]), typeid(mdt_800::Interval));
-  EXPECT_EQ(static_cast<double>(list[1]->GetItems()[0].GetValue()), -99.0);
-  EXPECT_TRUE(list[2]->GetItems()[0].IsInfinity());
+  EXPECT_EQ(Text(*vars[3].GetEncoding()->GetMissingValues()->GetEncodingSets()),
+            "{-1, 9999} [-99, -90] [-inf, -1e+06]");
   EXPECT_EQ(vars[1].GetEncoding()->GetMissingValues(), nullptr);
 }
 
