@@ -39,11 +39,37 @@ const Interval kFrom50 = Child(50, false, kInf, true);
 const Interval k0To50 = Child(0, false, 50, true);
 const Interval kEmpty = Child(0, true, 0, true);
 
-// The user-missing values of income.
-enum MissingKind { kNone, k99, k97To99, k99And97To98, kTwoRanges };
+// A set of values of neither host kind, as a host may define it.
+class OtherSet : public mdt_800::EncodingSet {
+ public:
+  explicit OtherSet(const Variant& value) { fnItems.emplace_back(value, true); }
+  std::vector<mdt_800::EncodingItem> GetItems() const override { return fnItems; }
+  mdt_800::EncodingSet* Clone() const override { return new OtherSet(*this); }
+
+ private:
+  std::vector<mdt_800::EncodingItem> fnItems;
+};
+
+// The user-missing values of income; "Other" is a set of another kind.
+enum MissingKind {
+  kNone,
+  k99,
+  k97To99,
+  k99And97To98,
+  kTwoRanges,
+  k8And9,
+  k8And97To99,
+  kNoContentAnd8L,
+  kNoContent,
+  k8And97To99AndOther5,
+  kOther5
+};
 
 std::unique_ptr<mdt_800::MissingValues> MakeMissing(MissingKind kind) {
+  mdt_800::EncodingSets sets;
   switch (kind) {
+    case kNone:
+      return nullptr;
     case k99:
       return Missing({Variant(99.0)});
     case k97To99:
@@ -52,11 +78,26 @@ std::unique_ptr<mdt_800::MissingValues> MakeMissing(MissingKind kind) {
       return Missing({Variant(99.0)}, {{97, 98}});
     case kTwoRanges:  // only the first range counts: [-9, -1] would overlap
       return Missing({}, {{97, 99}, {-9, -1}});
-    default:
-      return nullptr;
+    case k8And9:
+      return Missing({Variant(8.0), Variant(9.0)});
+    case k8And97To99:
+      return Missing({Variant(8.0)}, {{97, 99}});
+    case kNoContentAnd8L:
+      return Missing({Variant(), Variant(8L)});
+    case kNoContent:
+      return Missing({Variant()});
+    case k8And97To99AndOther5:
+      sets = *MakeMissing(k8And97To99)->GetEncodingSets();
+      break;
+    case kOther5:
+      break;
   }
+  sets.AddEncodingSet(OtherSet(Variant(5.0)));
+  return std::make_unique<mdt_800::MissingValues>(sets);
 }
 
+// Each row also counts the ranges of its range clause (two pieces count two;
+// a range with no bounded end none), whose text is part of the whole.
 TEST(Ordinal, Clauses) {
   const struct {
     const char* name;
@@ -64,66 +105,74 @@ TEST(Ordinal, Clauses) {
     Interval childRange;
     bool includeMissing;
     ExportTargetFlag target;
-    int dialect;
+    int dialect, ranges;
     const char* expected;
   } kCases[] = {
-      {"99, child 0 sql", k99, kBelow50, false, TARGET_NODE, DIALECT_SQL,
+      {"99, child 0 sql", k99, kBelow50, false, TARGET_NODE, DIALECT_SQL, 1,
        "((NOT(income IS NULL)  AND  income <> 99)  AND  (income < 50))"},
-      {"99, child 1 sql", k99, kFrom50, true, TARGET_NODE, DIALECT_SQL,
+      {"99, child 1 sql", k99, kFrom50, true, TARGET_NODE, DIALECT_SQL, 1,
        "(((income IS NULL) OR income = 99) OR (income >= 50))"},
-      {"99, child 0 veld", k99, kBelow50, false, TARGET_NODE, DIALECT_VELD,
+      {"99, child 0 veld", k99, kBelow50, false, TARGET_NODE, DIALECT_VELD, 1,
        "(VALUE(income) NE 99  AND  (VALUE(income) LT 50))"},
-      {"99, child 1 veld", k99, kFrom50, true, TARGET_NODE, DIALECT_VELD,
+      {"99, child 1 veld", k99, kFrom50, true, TARGET_NODE, DIALECT_VELD, 1,
        "((SYSMIS(income) OR VALUE(income) EQ 99) OR (VALUE(income) GE 50))"},
-      {"99, child 0 generic", k99, kBelow50, false, TARGET_NODE, DIALECT_GENERIC,
+      {"99, child 0 generic", k99, kBelow50, false, TARGET_NODE, DIALECT_GENERIC, 1,
        "((income NOT MISSING   AND  income != 99)  AND  (income < 50))"},
-      {"99, child 1 generic", k99, kFrom50, true, TARGET_NODE, DIALECT_GENERIC,
+      {"99, child 1 generic", k99, kFrom50, true, TARGET_NODE, DIALECT_GENERIC, 1,
        "((income IS MISSING  OR income = 99) OR (income >= 50))"},
-      {"range overlaps, cut out", k97To99, kFrom50, false, TARGET_NODE, DIALECT_SQL,
+      {"range overlaps, cut out", k97To99, kFrom50, false, TARGET_NODE, DIALECT_SQL, 2,
        "(NOT(income IS NULL)  AND  (income >= 50  AND  income < 97 OR income > 99))"},
-      {"range apart, added", k97To99, k0To50, true, TARGET_NODE, DIALECT_SQL,
+      {"range apart, added", k97To99, k0To50, true, TARGET_NODE, DIALECT_SQL, 2,
        "((income IS NULL) OR (income >= 97  AND  income <= 99 OR income >= 0  AND  income < 50))"},
       {"range overlaps, kept whole", k97To99, Child(90, false, kInf, true), true, TARGET_NODE,
-       DIALECT_SQL, "((income IS NULL) OR (income >= 90))"},
+       DIALECT_SQL, 1, "((income IS NULL) OR (income >= 90))"},
       {"range overlaps at the lower end: lower piece kept", k97To99, Child(98, false, kInf, true),
-       false, TARGET_NODE, DIALECT_SQL,
+       false, TARGET_OR_LINK, DIALECT_SQL, 2,
        "(NOT(income IS NULL)  AND  (income >= 98  AND  income < 97 OR income > 99))"},
-      {"range overlaps, veld", k97To99, kFrom50, false, TARGET_NODE, DIALECT_VELD,
+      {"range overlaps, veld", k97To99, kFrom50, false, TARGET_NODE, DIALECT_VELD, 2,
        "(VALUE(income) GE 50  AND  VALUE(income) LT 97 OR VALUE(income) GT 99)"},
-      {"empty child, range still added", k97To99, kEmpty, true, TARGET_NODE, DIALECT_SQL,
+      {"empty child, range still added", k97To99, kEmpty, true, TARGET_NODE, DIALECT_SQL, 1,
        "((income IS NULL) OR (income >= 97  AND  income <= 99))"},
-      {"empty child, nothing else", k97To99, kEmpty, false, TARGET_NODE, DIALECT_SQL,
+      {"empty child, nothing else", k97To99, kEmpty, false, TARGET_NODE, DIALECT_SQL, 0,
        "NOT(income IS NULL)"},
-      {"empty child, veld guard", k97To99, kEmpty, false, TARGET_NODE, DIALECT_VELD,
+      {"empty child, veld guard", k97To99, kEmpty, false, TARGET_NODE, DIALECT_VELD, 0,
        "~(SYSMIS(income))"},
       {"second range ignored", kTwoRanges, Child(-5, false, 50, true), false, TARGET_NODE,
-       DIALECT_SQL, "(NOT(income IS NULL)  AND  (income >= -5  AND  income < 50))"},
+       DIALECT_SQL, 1, "(NOT(income IS NULL)  AND  (income >= -5  AND  income < 50))"},
       {"one clause, no outer brackets", kNone, Child(10, true, 20, false), false, TARGET_NODE,
-       DIALECT_VELD, "(VALUE(income) GT 10  AND  VALUE(income) LE 20)"},
-      {"unbounded child, veld guard", kNone, Interval(), false, TARGET_NODE, DIALECT_VELD,
+       DIALECT_VELD, 1, "(VALUE(income) GT 10  AND  VALUE(income) LE 20)"},
+      {"unbounded child, veld guard", kNone, Interval(), false, TARGET_NODE, DIALECT_VELD, 0,
        "~(SYSMIS(income))"},
-      {"unbounded child, veld, missing in", kNone, Interval(), true, TARGET_NODE, DIALECT_VELD,
+      {"unbounded child, veld, missing in", kNone, Interval(), true, TARGET_NODE, DIALECT_VELD, 0,
        "SYSMIS(income)"},
-      {"unbounded child, sql", kNone, Interval(), false, TARGET_NODE, DIALECT_SQL,
+      {"unbounded child, sql", kNone, Interval(), false, TARGET_NODE, DIALECT_SQL, 0,
        "NOT(income IS NULL)"},
       {"two clauses bracketed", kNone, Child(10, true, 20, false), true, TARGET_NODE,
-       DIALECT_GENERIC, "(income IS MISSING  OR (income > 10  AND  income <= 20))"},
+       DIALECT_GENERIC, 1, "(income IS MISSING  OR (income > 10  AND  income <= 20))"},
       // An AND link builds no child range: only missing-value clauses remain.
-      {"and link sql", k99, Interval(), true, TARGET_AND_LINK, DIALECT_SQL,
+      {"and link sql, child range unused", k99, k0To50, true, TARGET_AND_LINK, DIALECT_SQL, 0,
        "((income IS NULL) OR income = 99)"},
-      {"and link veld, guard in front", k99, Interval(), false, TARGET_AND_LINK, DIALECT_VELD,
+      {"and link veld, guard in front", k99, Interval(), false, TARGET_AND_LINK, DIALECT_VELD, 0,
        "(~(SYSMIS(income))  AND  VALUE(income) NE 99)"},
-      {"and link sql with range", k99And97To98, Interval(), true, TARGET_AND_LINK, DIALECT_SQL,
+      {"and link sql with range", k99And97To98, Interval(), true, TARGET_AND_LINK, DIALECT_SQL, 1,
        "(((income IS NULL) OR income = 99) OR (income >= 97  AND  income <= 98))"},
       {"and link veld with range", k99And97To98, Interval(), false, TARGET_AND_LINK, DIALECT_VELD,
-       "(VALUE(income) NE 99  AND  (VALUE(income) GE 97  AND  VALUE(income) LE 98))"},
+       1, "(VALUE(income) NE 99  AND  (VALUE(income) GE 97  AND  VALUE(income) LE 98))"},
   };
   for (const auto& c : kCases) {
     const Income income(MakeMissing(c.missing));
-    EXPECT_EQ(income.host.Manager().ExportOrdinalClauses(income.Rule(), c.childRange, c.target,
-                                                         Options(c.dialect), c.includeMissing),
+    const RuleExportManager manager = income.host.Manager();
+    EXPECT_EQ(manager.ExportOrdinalClauses(income.Rule(), c.childRange, c.target,
+                                           Options(c.dialect), c.includeMissing),
               c.expected)
         << c.name;
+    std::string ranges = "stale";
+    EXPECT_EQ(manager.ExportIntervals(income.Rule(), ranges, Options(c.dialect), c.childRange,
+                                      c.includeMissing, c.target),
+              c.ranges)
+        << c.name;
+    EXPECT_EQ(ranges.empty(), c.ranges == 0) << c.name << ": " << ranges;
+    EXPECT_NE(std::string(c.expected).find(ranges), std::string::npos) << c.name << ": " << ranges;
   }
 }
 
@@ -150,41 +199,6 @@ TEST(Ordinal, IncomeFromTheSplit) {
   EXPECT_EQ(income.host.Manager().OrdinalSplitRule_Export(income.Rule(), 0, TARGET_AND_LINK,
                                                           Options(DIALECT_SQL), true),
             "((income IS NULL) OR income = 99)");
-}
-
-// The range clause alone: its text and the number of ranges it counts (two
-// pieces count two; a range with no bounded end none).
-TEST(Ordinal, RangeClauseCounts) {
-  const struct {
-    const char* name;
-    MissingKind missing;
-    Interval childRange;
-    bool includeMissing;
-    ExportTargetFlag target;
-    int count;
-    const char* expected;
-  } kCases[] = {
-      {"child only", kNone, k0To50, false, TARGET_NODE, 1, "(income >= 0  AND  income < 50)"},
-      {"empty child", kNone, kEmpty, true, TARGET_NODE, 0, ""},
-      {"unbounded child", kNone, Interval(), false, TARGET_NODE, 0, ""},
-      {"and link, no missing range", kNone, k0To50, true, TARGET_AND_LINK, 0, ""},
-      {"and link, missing range alone", k97To99, k0To50, false, TARGET_AND_LINK, 1,
-       "(income >= 97  AND  income <= 99)"},
-      {"apart: missing range and child", k97To99, k0To50, true, TARGET_NODE, 2,
-       "(income >= 97  AND  income <= 99 OR income >= 0  AND  income < 50)"},
-      {"overlap: two pieces", k97To99, kFrom50, false, TARGET_OR_LINK, 2,
-       "(income >= 50  AND  income < 97 OR income > 99)"},
-      {"overlap, kept whole", k97To99, kFrom50, true, TARGET_NODE, 1, "(income >= 50)"},
-  };
-  for (const auto& c : kCases) {
-    const Income income(MakeMissing(c.missing));
-    std::string out = "stale";
-    EXPECT_EQ(income.host.Manager().ExportIntervals(income.Rule(), out, Options(DIALECT_SQL),
-                                                    c.childRange, c.includeMissing, c.target),
-              c.count)
-        << c.name;
-    EXPECT_EQ(out, c.expected) << c.name;
-  }
 }
 
 TEST(Ordinal, SystemMissingClause) {
@@ -216,60 +230,11 @@ TEST(Ordinal, SystemMissingClause) {
   }
 }
 
-// A set of values of neither host kind, as a host may define it.
-class OtherSet : public mdt_800::EncodingSet {
- public:
-  explicit OtherSet(const Variant& value) { fnItems.emplace_back(value, true); }
-  std::vector<mdt_800::EncodingItem> GetItems() const override { return fnItems; }
-  mdt_800::EncodingSet* Clone() const override { return new OtherSet(*this); }
-
- private:
-  std::vector<mdt_800::EncodingItem> fnItems;
-};
-
-// The user-missing sets of the discrete clause cases.
-enum DiscreteKind {
-  kNoValues,
-  k8And9,
-  k8AndRange,
-  kRangeOnly,
-  kNoContentAnd8L,
-  kNoContent,
-  k8RangeOther5,
-  kOther5
-};
-
-std::unique_ptr<mdt_800::MissingValues> MakeDiscrete(DiscreteKind kind) {
-  const Variant eight(8.0);
-  mdt_800::EncodingSets sets;
-  switch (kind) {
-    case kNoValues:
-      return nullptr;
-    case k8And9:
-      return Missing({eight, Variant(9.0)});
-    case k8AndRange:
-      return Missing({eight}, {{97, 99}});
-    case kRangeOnly:
-      return Missing({}, {{97, 99}});
-    case kNoContentAnd8L:
-      return Missing({Variant(), Variant(8L)});
-    case kNoContent:
-      return Missing({Variant()});
-    case k8RangeOther5:
-      sets = *Missing({eight}, {{97, 99}})->GetEncodingSets();
-      break;
-    case kOther5:
-      break;
-  }
-  sets.AddEncodingSet(OtherSet(Variant(5.0)));
-  return std::make_unique<mdt_800::MissingValues>(sets);
-}
-
 // The child range [0, 8.5] holds 8, not 9.
 TEST(Ordinal, DiscreteMissingClause) {
   const struct {
     const char* name;
-    DiscreteKind missing;
+    MissingKind missing;
     int dialect, edgeMode;
     bool includeMissing;
     ExportTargetFlag target;
@@ -292,21 +257,21 @@ TEST(Ordinal, DiscreteMissingClause) {
        "income = 9"},
       {"and link writes all", k8And9, DIALECT_SQL, 0, true, TARGET_AND_LINK, false, 2,
        "income = 8 OR income = 9"},
-      {"ranges skipped", k8AndRange, DIALECT_SQL, 0, false, TARGET_NODE, true, 1, "income <> 8"},
-      {"range only: none", kRangeOnly, DIALECT_SQL, 0, false, TARGET_NODE, true, 0, ""},
+      {"ranges skipped", k8And97To99, DIALECT_SQL, 0, false, TARGET_NODE, true, 1, "income <> 8"},
+      {"range only: none", k97To99, DIALECT_SQL, 0, false, TARGET_NODE, true, 0, ""},
       {"values without content skipped", kNoContentAnd8L, DIALECT_SQL, 0, false, TARGET_NODE, true,
        1, "income <> 8"},
       {"only values without content", kNoContent, DIALECT_SQL, 0, true, TARGET_NODE, true, 0, ""},
-      {"a set of another kind is written too", k8RangeOther5, DIALECT_SQL, 0, false, TARGET_NODE,
-       true, 2, "income <> 8  AND  income <> 5"},
+      {"a set of another kind is written too", k8And97To99AndOther5, DIALECT_SQL, 0, false,
+       TARGET_NODE, true, 2, "income <> 8  AND  income <> 5"},
       {"a set of another kind alone", kOther5, DIALECT_SQL, 0, false, TARGET_NODE, true, 0, ""},
-      {"no user-missing values", kNoValues, DIALECT_SQL, 0, true, TARGET_NODE, true, 0, ""},
+      {"no user-missing values", kNone, DIALECT_SQL, 0, true, TARGET_NODE, true, 0, ""},
       {"label mode leaves the text alone", k8And9, DIALECT_SQL, EDGE_MODE_LABEL, true, TARGET_NODE,
        true, 0, "stale"},
   };
   const Interval upTo8 = Child(0, false, 8.5, false);
   for (const auto& c : kCases) {
-    const Income income(MakeDiscrete(c.missing));
+    const Income income(MakeMissing(c.missing));
     std::string out = "stale";
     EXPECT_EQ(income.host.Manager().ExportDiscreteMissing(income.Rule(), out,
                                                           Options(c.dialect, c.edgeMode), upTo8,
