@@ -42,68 +42,57 @@ struct Fixture {
   int Index(Kind kind) const { return kind == kNumber ? number : kind == kDate ? date : string; }
 };
 
-struct ValueCase {
-  const char* name;
-  Kind kind;
-  Variant value;
-  const char* label;
-  int dialect;
-  int useValueLabels;
-  int numberFormat;
-  const char* expected;
-};
-
 const double kUnixEpoch = refhost::kUnixEpochDateNumber;
 
 TEST(Render, ValueTextInEachDialect) {
   const double low = std::nextafter(-DBL_MAX, 0.0);
-  const ValueCase kCases[] = {
-      {"double sql", kNumber, Variant(10.0), "", DIALECT_SQL, 0, 0, "10"},
-      {"double veld", kNumber, Variant(10.0), "", DIALECT_VELD, 0, 0, "10"},
-      {"DBL_MAX veld replaced", kNumber, Variant(DBL_MAX), "", DIALECT_VELD, 0, 0,
-       "1.797693134862316e+307"},
-      {"DBL_MAX sql kept", kNumber, Variant(DBL_MAX), "", DIALECT_SQL, 0, 0,
-       "1.797693134862316e+308"},
-      {"low value veld replaced", kNumber, Variant(low), "", DIALECT_VELD, 0, 0,
-       "-1.797693134862316e+307"},
-      {"low value sql kept", kNumber, Variant(low), "", DIALECT_SQL, 0, 1,
-       "-1.7976931348623155e+308"},
-      {"-DBL_MAX veld kept", kNumber, Variant(-DBL_MAX), "", DIALECT_VELD, 0, 1,
-       "-1.7976931348623157e+308"},
-      {"exact format", kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 1, "0.30000000000000004"},
-      {"16g format", kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 0, "0.3"},
-      {"integer sql", kNumber, Variant(3L), "", DIALECT_SQL, 0, 0, "3"},
-      {"integer generic", kNumber, Variant(-3L), "", DIALECT_GENERIC, 0, 0, "-3"},
-      {"string sql", kString, Variant("abc"), "", DIALECT_SQL, 0, 0, "'abc'"},
-      {"string veld", kString, Variant("abc"), "", DIALECT_VELD, 0, 0, "\"abc\""},
-      {"apostrophe not escaped", kString, Variant("O'Brien"), "", DIALECT_SQL, 0, 0, "'O'Brien'"},
-      {"double quote not escaped", kString, Variant("a\"b"), "", DIALECT_VELD, 0, 0, "\"a\"b\""},
-      {"string, unknown dialect", kString, Variant("abc"), "", 5, 0, 0, "\"abc\""},
-      {"DBL_MAX, unknown dialect kept", kNumber, Variant(DBL_MAX), "", 5, 0, 0,
-       "1.797693134862316e+308"},
-      {"label sql", kNumber, Variant(1.0), "Male", DIALECT_SQL, 1, 0, "'Male'"},
-      {"label veld", kNumber, Variant(1.0), "Male", DIALECT_VELD, 1, 0, "\"Male\""},
-      {"label of a string", kString, Variant("m"), "Male", DIALECT_SQL, 1, 0, "'Male'"},
-      {"label, unknown dialect", kNumber, Variant(1.0), "Male", 5, 1, 0, "\"Male\""},
-      {"labels off", kNumber, Variant(1.0), "Male", DIALECT_SQL, 0, 0, "1"},
-      {"empty label", kNumber, Variant(1.0), "", DIALECT_SQL, 1, 0, "1"},
-      {"date sql", kDate, Variant(kUnixEpoch), "", DIALECT_SQL, 0, 0, "'1970-01-01'"},
-      {"date generic", kDate, Variant(kUnixEpoch + 3661), "", DIALECT_GENERIC, 0, 0,
-       "'1970-01-01 01:01:01'"},
-      {"date veld plain number", kDate, Variant(kUnixEpoch), "", DIALECT_VELD, 0, 0, "12219379200"},
-      {"date, unknown dialect", kDate, Variant(kUnixEpoch), "", 5, 0, 0, "'12219379200'"},
-      {"integer date is no date", kDate, Variant(7L), "", DIALECT_SQL, 0, 0, "7"},
-      {"no value", kNumber, Variant(), "", DIALECT_SQL, 0, 0, ""},
+  const struct {
+    Kind kind;
+    Variant value;
+    const char* label;
+    int dialect, useValueLabels, numberFormat;
+    const char* expected;
+  } kCases[] = {
+      // dialect 5 is unknown; number format 1 is exact
+      {kNumber, Variant(10.0), "", DIALECT_SQL, 0, 0, "10"},
+      {kNumber, Variant(10.0), "", DIALECT_VELD, 0, 0, "10"},
+      {kNumber, Variant(DBL_MAX), "", DIALECT_VELD, 0, 0, "1.797693134862316e+307"},
+      {kNumber, Variant(DBL_MAX), "", DIALECT_SQL, 0, 0, "1.797693134862316e+308"},
+      {kNumber, Variant(low), "", DIALECT_VELD, 0, 0, "-1.797693134862316e+307"},
+      {kNumber, Variant(low), "", DIALECT_SQL, 0, 1, "-1.7976931348623155e+308"},
+      {kNumber, Variant(-DBL_MAX), "", DIALECT_VELD, 0, 1, "-1.7976931348623157e+308"},
+      {kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 1, "0.30000000000000004"},
+      {kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 0, "0.3"},
+      {kNumber, Variant(3L), "", DIALECT_SQL, 0, 0, "3"},
+      {kNumber, Variant(-3L), "", DIALECT_GENERIC, 0, 0, "-3"},
+      {kString, Variant("abc"), "", DIALECT_SQL, 0, 0, "'abc'"},
+      {kString, Variant("abc"), "", DIALECT_VELD, 0, 0, "\"abc\""},
+      {kString, Variant("O'Brien"), "", DIALECT_SQL, 0, 0, "'O'Brien'"},  // not escaped
+      {kString, Variant("a\"b"), "", DIALECT_VELD, 0, 0, "\"a\"b\""},
+      {kString, Variant("abc"), "", 5, 0, 0, "\"abc\""},
+      {kNumber, Variant(DBL_MAX), "", 5, 0, 0, "1.797693134862316e+308"},
+      {kNumber, Variant(1.0), "Male", DIALECT_SQL, 1, 0, "'Male'"},
+      {kNumber, Variant(1.0), "Male", DIALECT_VELD, 1, 0, "\"Male\""},
+      {kString, Variant("m"), "Male", DIALECT_SQL, 1, 0, "'Male'"},
+      {kNumber, Variant(1.0), "Male", 5, 1, 0, "\"Male\""},
+      {kNumber, Variant(1.0), "Male", DIALECT_SQL, 0, 0, "1"},
+      {kNumber, Variant(1.0), "", DIALECT_SQL, 1, 0, "1"},
+      {kDate, Variant(kUnixEpoch), "", DIALECT_SQL, 0, 0, "'1970-01-01'"},
+      {kDate, Variant(kUnixEpoch + 3661), "", DIALECT_GENERIC, 0, 0, "'1970-01-01 01:01:01'"},
+      {kDate, Variant(kUnixEpoch), "", DIALECT_VELD, 0, 0, "12219379200"},
+      {kDate, Variant(kUnixEpoch), "", 5, 0, 0, "'12219379200'"},
+      {kDate, Variant(7L), "", DIALECT_SQL, 0, 0, "7"},  // an integer is no date
+      {kNumber, Variant(), "", DIALECT_SQL, 0, 0, ""},
   };
   Fixture f;
   const RuleExportManager manager = f.host.Manager();
-  for (const ValueCase& c : kCases) {
+  for (const auto& c : kCases) {
     RuleExportOptions options = Options(c.dialect);
     options.fnUseValueLabels = c.useValueLabels;
     options.fnNumberFormat = c.numberFormat;
     EXPECT_EQ(manager.ExportValue(f.host.Var(f.Index(c.kind)), c.value, c.label, options),
               c.expected)
-        << c.name;
+        << "row " << (&c - kCases);
   }
 }
 
@@ -127,35 +116,30 @@ TEST(Render, LowValueAndVeldReplacementBitPatterns) {
   EXPECT_EQ(readBack(std::nextafter(DBL_MAX, 0.0)), Bits(std::nextafter(DBL_MAX, 0.0)));
 }
 
-struct NameCase {
-  const char* name;
-  bool string;
-  const char* label;
-  int useLabels;
-  int dialect;
-  int op;
-  const char* expected;
-};
-
 TEST(Render, PrefixedNames) {
-  const NameCase kCases[] = {
-      {"veld default", false, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "VALUE(age)"},
-      {"veld sysmis", false, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
-      {"veld missing", false, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
-      {"veld unknown op", false, "", 0, DIALECT_VELD, 9, "VALUE(age)"},
-      {"veld string default", true, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "age"},
-      {"veld string sysmis", true, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
-      {"veld string missing", true, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
-      {"veld string unknown op", true, "", 0, DIALECT_VELD, -1, "VALUE(age)"},
-      {"sql sysmis", false, "", 0, DIALECT_SQL, PREFIX_SYSMIS, "age"},
-      {"unknown dialect", false, "", 0, 4, PREFIX_VALUE, "age"},
-      {"label in prefix", false, "Age in years", 1, DIALECT_VELD, PREFIX_VALUE,
-       "VALUE(Age in years)"},
-      {"label sql", false, "Age's \"years\"", 1, DIALECT_SQL, PREFIX_DEFAULT, "Age's \"years\""},
-      {"labels off", false, "Age in years", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
-      {"labels on, none", false, "", 1, DIALECT_SQL, PREFIX_DEFAULT, "age"},
+  const struct {
+    bool string;
+    const char* label;
+    int useLabels, dialect, op;
+    const char* expected;
+  } kCases[] = {
+      // operators 9 and -1 and dialect 4 are unknown
+      {false, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "VALUE(age)"},
+      {false, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {false, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
+      {false, "", 0, DIALECT_VELD, 9, "VALUE(age)"},
+      {true, "", 0, DIALECT_VELD, PREFIX_DEFAULT, "age"},
+      {true, "", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {true, "", 0, DIALECT_VELD, PREFIX_MISSING, "MISSING(age)"},
+      {true, "", 0, DIALECT_VELD, -1, "VALUE(age)"},
+      {false, "", 0, DIALECT_SQL, PREFIX_SYSMIS, "age"},
+      {false, "", 0, 4, PREFIX_VALUE, "age"},
+      {false, "Age in years", 1, DIALECT_VELD, PREFIX_VALUE, "VALUE(Age in years)"},
+      {false, "Age's \"years\"", 1, DIALECT_SQL, PREFIX_DEFAULT, "Age's \"years\""},
+      {false, "Age in years", 0, DIALECT_VELD, PREFIX_SYSMIS, "SYSMIS(age)"},
+      {false, "", 1, DIALECT_SQL, PREFIX_DEFAULT, "age"},
   };
-  for (const NameCase& c : kCases) {
+  for (const auto& c : kCases) {
     Host host;
     mdt_800::Variable variable =
         c.string ? translatetest::Text("age") : translatetest::Numeric("age");
@@ -166,7 +150,7 @@ TEST(Render, PrefixedNames) {
     EXPECT_EQ(host.Manager().ExportPrefixedName(host.Var(index), options,
                                                 static_cast<PrefixOperator>(c.op)),
               c.expected)
-        << c.name;
+        << "row " << (&c - kCases);
   }
 }
 
@@ -188,31 +172,24 @@ TEST(Render, PairWritesTheValueLabelOfTheValue) {
       "SYSMIS(region) EQ 2");
 }
 
-struct IntervalCase {
-  const char* name;
-  int dialect;
-  bool string;
-  bool leftBounded, leftOpen;
-  double left;
-  bool rightBounded, rightOpen;
-  double right;
-  const char* expected;
-};
-
 TEST(Render, IntervalTexts) {
-  const IntervalCase kCases[] = {
-      {"(10, 20] veld", DIALECT_VELD, false, true, true, 10, true, false, 20,
+  const struct {
+    int dialect;
+    bool string, leftBounded, leftOpen;
+    double left;
+    bool rightBounded, rightOpen;
+    double right;
+    const char* expected;
+  } kCases[] = {
+      {DIALECT_VELD, false, true, true, 10, true, false, 20,
        "VALUE(age) GT 10  AND  VALUE(age) LE 20"},
-      {"(10, 20] sql", DIALECT_SQL, false, true, true, 10, true, false, 20,
-       "age > 10  AND  age <= 20"},
-      {"[10, inf) sql", DIALECT_SQL, false, true, false, 10, false, false, 20, "age >= 10"},
-      {"(-inf, 20) veld", DIALECT_VELD, false, false, false, 10, true, true, 20,
-       "VALUE(age) LT 20"},
-      {"unbounded", DIALECT_SQL, false, false, false, 10, false, false, 20, ""},
-      {"[1, 4) string veld", DIALECT_VELD, true, true, false, 1, true, true, 4,
-       "age GE 1  AND  age LT 4"},
+      {DIALECT_SQL, false, true, true, 10, true, false, 20, "age > 10  AND  age <= 20"},
+      {DIALECT_SQL, false, true, false, 10, false, false, 20, "age >= 10"},
+      {DIALECT_VELD, false, false, false, 10, true, true, 20, "VALUE(age) LT 20"},
+      {DIALECT_SQL, false, false, false, 10, false, false, 20, ""},
+      {DIALECT_VELD, true, true, false, 1, true, true, 4, "age GE 1  AND  age LT 4"},
   };
-  for (const IntervalCase& c : kCases) {
+  for (const auto& c : kCases) {
     for (bool includeMissing : {false, true}) {
       Host host;
       const int index =
@@ -227,7 +204,7 @@ TEST(Render, IntervalTexts) {
       EXPECT_EQ(host.Manager().ExportInterval(host.Var(index), Options(c.dialect), interval,
                                               includeMissing),
                 c.expected)
-          << c.name << ", includeMissing " << includeMissing;
+          << "row " << (&c - kCases) << ", includeMissing " << includeMissing;
     }
   }
 }
