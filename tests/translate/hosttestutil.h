@@ -1,5 +1,4 @@
-// Small host objects and fixtures for translator tests, built inside a test
-// and released with it.
+// Host objects and fixtures for translator tests, released with the test.
 #pragma once
 
 #include <memory>
@@ -32,7 +31,7 @@ std::unique_ptr<mdt_800::MissingValues> Missing(
 std::unique_ptr<mdt_800::Encoder> CodeEncoder(
     std::vector<mdt_800::EncodingSets> setsByCode,
     std::unique_ptr<mdt_800::MissingValues> missing = nullptr);
-// An encoder that passes numbers through and carries user-missing values.
+// Passes numbers through, with user-missing values.
 std::unique_ptr<mdt_800::Encoder> NumberEncoder(std::unique_ptr<mdt_800::MissingValues> missing);
 
 // Metadata built variable by variable, and a manager over it.
@@ -40,7 +39,6 @@ class Host {
  public:
   Host();
   ~Host();
-  // Adds a variable; returns its index.
   int Add(mdt_800::Variable variable, std::unique_ptr<mdt_800::Encoder> encoder = nullptr);
   mdt_800::Variable const& Var(int index) const;
   TreeOut_800::RuleExportManager Manager() const;
@@ -85,8 +83,7 @@ tree_800::SplitRule OrdinalRule(int predictor, std::vector<refhost::Range> range
 mdt_800::Variable Numeric(std::string name, int level = mdt_800::Variable::LEVEL_SCALE);
 mdt_800::Variable Text(std::string name, int level = mdt_800::Variable::LEVEL_NOMINAL);
 
-// income: code 1 [-inf, 50), code 2 [50, +inf), with the given user-missing
-// values; Rule() sends code 1 to child 0 and code 2 to child 1.
+// income: codes [-inf, 50) and [50, +inf); Rule() sends code i to child i - 1.
 struct Income {
   Host host;
   int index;
@@ -94,8 +91,7 @@ struct Income {
   tree_800::SplitRule Rule(int missingChild = -1) const;
 };
 
-// region: numeric nominal, labels 1 North and 2 South West, codes decoded to
-// the same number; Rule(): children {1, 2}, {3}, {4, 5}, missing to child 2.
+// region: labels 1 North, 2 South West; Rule(): {1, 2}, {3}, {4, 5}, missing to 2.
 struct Region {
   Host host;
   int index;
@@ -104,8 +100,7 @@ struct Region {
   tree_800::SplitRule Rule() const;
 };
 
-// size: an ordered string predictor, codes 1..4 for S, M, L, XL; Rule()
-// sends codes up to 2 to child 0, the rest to child 1.
+// size: ordinal codes 1..4 for S, M, L, XL; Rule() sends codes up to 2 to child 0.
 struct Size {
   Host host;
   int index;
@@ -113,8 +108,7 @@ struct Size {
   tree_800::SplitRule Rule() const;
 };
 
-// A nominal split, code 1 to child 0 and code 2 to child 1, counting the
-// exports that ask for its missing-value child. Copies share the count.
+// Code 1 to child 0, code 2 to child 1; copies share the count of exports.
 class CountingSplit : public tree_800::NSplitRule {
  public:
   CountingSplit(int predictor, int* exports);
