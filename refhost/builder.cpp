@@ -63,38 +63,38 @@ VarRef& VarRef::MissingRange(double lower, double upper) {
 ModelBuilder::ModelBuilder() = default;
 ModelBuilder::~ModelBuilder() = default;
 
-VarRef ModelBuilder::Add(VariableSpec spec) {
-  fnVariables.push_back(std::move(spec));
+VarRef ModelBuilder::Add(VariableSpec desc) {
+  fnVariables.push_back(std::move(desc));
   return VarRef(this, static_cast<int>(fnVariables.size()) - 1);
 }
 
 VarRef ModelBuilder::Scale(std::string name) {
-  VariableSpec spec;
-  spec.name = std::move(name);
-  return Add(std::move(spec));
+  VariableSpec desc;
+  desc.name = std::move(name);
+  return Add(std::move(desc));
 }
 
 VarRef ModelBuilder::Ordinal(std::string name) {
-  VariableSpec spec;
-  spec.name = std::move(name);
-  spec.level = mdt_800::Variable::LEVEL_ORDINAL;
-  return Add(std::move(spec));
+  VariableSpec desc;
+  desc.name = std::move(name);
+  desc.level = mdt_800::Variable::LEVEL_ORDINAL;
+  return Add(std::move(desc));
 }
 
 VarRef ModelBuilder::Nominal(std::string name) {
-  VariableSpec spec;
-  spec.name = std::move(name);
-  spec.level = mdt_800::Variable::LEVEL_NOMINAL;
-  return Add(std::move(spec));
+  VariableSpec desc;
+  desc.name = std::move(name);
+  desc.level = mdt_800::Variable::LEVEL_NOMINAL;
+  return Add(std::move(desc));
 }
 
 VarRef ModelBuilder::Nominal(std::string name, std::vector<mdt_800::Variant> categories) {
-  VariableSpec spec;
-  spec.name = std::move(name);
-  spec.level = mdt_800::Variable::LEVEL_NOMINAL;
-  spec.coding = VariableSpec::kCategories;
-  spec.categories = std::move(categories);
-  return Add(std::move(spec));
+  VariableSpec desc;
+  desc.name = std::move(name);
+  desc.level = mdt_800::Variable::LEVEL_NOMINAL;
+  desc.coding = VariableSpec::kCategories;
+  desc.categories = std::move(categories);
+  return Add(std::move(desc));
 }
 
 VarRef ModelBuilder::OrderedCategories(std::string name, std::vector<mdt_800::Variant> categories) {
@@ -104,12 +104,12 @@ VarRef ModelBuilder::OrderedCategories(std::string name, std::vector<mdt_800::Va
 }
 
 VarRef ModelBuilder::Binned(std::string name, std::vector<double> cuts) {
-  VariableSpec spec;
-  spec.name = std::move(name);
-  spec.level = mdt_800::Variable::LEVEL_ORDINAL;
-  spec.coding = VariableSpec::kBins;
-  spec.bins = std::move(cuts);
-  return Add(std::move(spec));
+  VariableSpec desc;
+  desc.name = std::move(name);
+  desc.level = mdt_800::Variable::LEVEL_ORDINAL;
+  desc.coding = VariableSpec::kBins;
+  desc.bins = std::move(cuts);
+  return Add(std::move(desc));
 }
 
 VarRef ModelBuilder::ClassTarget(std::string name, std::vector<mdt_800::Variant> categories) {
@@ -143,47 +143,47 @@ Model ModelBuilder::Build() const {
 // gets an encoder only to carry them.
 std::unique_ptr<Metadata> ModelBuilder::BuildMetadata() const {
   auto metadata = std::make_unique<Metadata>();
-  for (VariableSpec const& spec : fnVariables) {
-    std::string const where = "variable '" + spec.name + "': ";
+  for (VariableSpec const& desc : fnVariables) {
+    std::string const where = "variable '" + desc.name + "': ";
     int storage = mdt_800::Variable::STORAGE_NUMERIC;
     std::vector<mdt_800::EncodingSets> codes;
-    if (spec.coding == VariableSpec::kCategories) {
-      if (spec.categories.empty()) throw std::invalid_argument(where + "no categories");
-      bool const strings = spec.categories[0].GetType() == mdt_800::Variant::TYPE_STRING;
-      for (std::size_t i = 0; i < spec.categories.size(); ++i) {
-        mdt_800::Variant const& category = spec.categories[i];
+    if (desc.coding == VariableSpec::kCategories) {
+      if (desc.categories.empty()) throw std::invalid_argument(where + "no categories");
+      bool const strings = desc.categories[0].GetType() == mdt_800::Variant::TYPE_STRING;
+      for (std::size_t i = 0; i < desc.categories.size(); ++i) {
+        mdt_800::Variant const& category = desc.categories[i];
         if ((category.GetType() == mdt_800::Variant::TYPE_STRING) != strings ||
             category.GetType() == mdt_800::Variant::TYPE_NONE) {
           throw std::invalid_argument(where + "categories mix numbers and strings");
         }
         for (std::size_t j = 0; j < i; ++j) {
-          if (spec.categories[j] == category) {
+          if (desc.categories[j] == category) {
             throw std::invalid_argument(where + "category declared twice");
           }
         }
         codes.push_back(SingleValue(category));
       }
       if (strings) storage = mdt_800::Variable::STORAGE_STRING;
-    } else if (spec.coding == VariableSpec::kBins) {
+    } else if (desc.coding == VariableSpec::kBins) {
       double lower = -kInf;
-      for (std::size_t i = 0; i <= spec.bins.size(); ++i) {
-        double const upper = i < spec.bins.size() ? spec.bins[i] : kInf;
+      for (std::size_t i = 0; i <= desc.bins.size(); ++i) {
+        double const upper = i < desc.bins.size() ? desc.bins[i] : kInf;
         if (!(lower < upper)) throw std::invalid_argument(where + "bin cuts not ascending");
         codes.push_back(OneRange(lower, !std::isinf(lower), upper, false));
         lower = upper;
       }
     }
     std::unique_ptr<mdt_800::MissingValues> missing;
-    if (!spec.missingValues.empty() || !spec.missingRanges.empty()) {
+    if (!desc.missingValues.empty() || !desc.missingRanges.empty()) {
       mdt_800::EncodingSets sets;
-      if (!spec.missingValues.empty()) {
+      if (!desc.missingValues.empty()) {
         mdt_800::DiscreteValues values;
-        for (auto const& value : spec.missingValues) {
+        for (auto const& value : desc.missingValues) {
           values.AddItem(mdt_800::EncodingItem(value, true));
         }
         sets.AddEncodingSet(values);
       }
-      for (auto const& range : spec.missingRanges) {
+      for (auto const& range : desc.missingRanges) {
         if (!(range.first <= range.second)) {
           throw std::invalid_argument(where + "missing range lower end above upper end");
         }
@@ -198,10 +198,10 @@ std::unique_ptr<Metadata> ModelBuilder::BuildMetadata() const {
     } else if (missing) {
       encoder = std::make_unique<NumericEncoder>(std::move(missing));
     }
-    mdt_800::Variable variable(spec.name, storage, spec.level);
-    variable.SetLabel(spec.label);
-    variable.SetDate(spec.date);
-    for (auto const& entry : spec.valueLabels) variable.AddValueLabel(entry.first, entry.second);
+    mdt_800::Variable variable(desc.name, storage, desc.level);
+    variable.SetLabel(desc.label);
+    variable.SetDate(desc.date);
+    for (auto const& entry : desc.valueLabels) variable.AddValueLabel(entry.first, entry.second);
     metadata->AddVariable(std::move(variable), std::move(encoder));
   }
   metadata->SetTargetIndex(fnTarget);

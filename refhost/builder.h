@@ -126,7 +126,7 @@ class ModelBuilder {
     std::vector<std::pair<double, double>> missingRanges;
   };
 
-  VarRef Add(VariableSpec spec);
+  VarRef Add(VariableSpec desc);
   std::unique_ptr<Metadata> BuildMetadata() const;
   std::unique_ptr<Tree> BuildTree(Metadata const& metadata) const;
 

@@ -227,11 +227,11 @@ NodeSpec& NodeSpec::PredictValue(double value) {
 }
 
 std::unique_ptr<Tree> ModelBuilder::BuildTree(Metadata const& metadata) const {
-  std::map<unsigned int, NodeSpec> specs = fnNodes;  // with implicit leaves added
+  std::map<unsigned int, NodeSpec> descs = fnNodes;  // with implicit leaves added
   std::map<unsigned int, unsigned int> parentOf;
-  for (auto const& [id, spec] : fnNodes) {
-    for (auto const& [index, child] : spec.fnChildren) {
-      specs.emplace(child, NodeSpec());
+  for (auto const& [id, desc] : fnNodes) {
+    for (auto const& [index, child] : desc.fnChildren) {
+      descs.emplace(child, NodeSpec());
       auto const [at, added] = parentOf.emplace(child, id);
       if (!added) {
         std::string const where = "node " + std::to_string(child);
@@ -241,9 +241,9 @@ std::unique_ptr<Tree> ModelBuilder::BuildTree(Metadata const& metadata) const {
       }
     }
   }
-  if (specs.empty()) throw std::invalid_argument("no nodes");
+  if (descs.empty()) throw std::invalid_argument("no nodes");
   std::vector<unsigned int> roots;
-  for (auto const& entry : specs) {
+  for (auto const& entry : descs) {
     if (parentOf.count(entry.first) == 0) roots.push_back(entry.first);
   }
   if (roots.empty()) throw std::invalid_argument("no root: every node is some node's child");
@@ -260,15 +260,15 @@ std::unique_ptr<Tree> ModelBuilder::BuildTree(Metadata const& metadata) const {
   std::map<unsigned int, std::unique_ptr<tree_800::SplitRuleImp>> primaries;
   std::map<unsigned int, std::vector<std::unique_ptr<tree_800::SplitRuleImp>>> surrogates;
   std::map<unsigned int, std::vector<unsigned int>> childIds;
-  for (auto const& [id, spec] : specs) {
+  for (auto const& [id, desc] : descs) {
     std::string const where = "node " + std::to_string(id);
     int numChildren = 0;
-    for (auto const& entry : spec.fnChildren) numChildren = std::max(numChildren, entry.first + 1);
-    int const splitChildren = spec.fnSplit ? spec.fnSplit->NumChildren() : numChildren;
+    for (auto const& entry : desc.fnChildren) numChildren = std::max(numChildren, entry.first + 1);
+    int const splitChildren = desc.fnSplit ? desc.fnSplit->NumChildren() : numChildren;
     std::vector<unsigned int>& ids = childIds[id];
     ids.assign(static_cast<std::size_t>(std::max(numChildren, splitChildren)), 0);
     std::vector<bool> given(ids.size(), false);
-    for (auto const& [index, child] : spec.fnChildren) {
+    for (auto const& [index, child] : desc.fnChildren) {
       if (index < 0 || index >= splitChildren) {
         Fail(where, "child index " + std::to_string(index) + " out of range (split has " +
                         Count(splitChildren, "child", "children") + ")");
@@ -280,43 +280,43 @@ std::unique_ptr<Tree> ModelBuilder::BuildTree(Metadata const& metadata) const {
     for (std::size_t i = 0; i < given.size(); ++i) {
       if (!given[i]) Fail(where, "child " + std::to_string(i) + " not given");
     }
-    if (spec.fnSplit) {
+    if (desc.fnSplit) {
       int missing =
-          spec.fnMissingChild >= 0 ? spec.fnMissingChild : spec.fnSplit->GetMissingChild();
-      primaries[id] = SplitResolver(metadata, where).Resolve(*spec.fnSplit, missing);
-    } else if (spec.fnMissingChild >= 0) {
+          desc.fnMissingChild >= 0 ? desc.fnMissingChild : desc.fnSplit->GetMissingChild();
+      primaries[id] = SplitResolver(metadata, where).Resolve(*desc.fnSplit, missing);
+    } else if (desc.fnMissingChild >= 0) {
       Fail(where, "missing-value child without a split");
     }
-    for (std::size_t i = 0; i < spec.fnSurrogates.size(); ++i) {
+    for (std::size_t i = 0; i < desc.fnSurrogates.size(); ++i) {
       std::string const at = where + " surrogate " + std::to_string(i);
-      if (!spec.fnSplit) Fail(at, "no primary split");
-      Split const& s = spec.fnSurrogates[i];
+      if (!desc.fnSplit) Fail(at, "no primary split");
+      Split const& s = desc.fnSurrogates[i];
       if (s.NumChildren() != splitChildren) {
         Fail(at, "has " + Count(s.NumChildren(), "child", "children") + ", primary split " +
                      std::to_string(splitChildren));
       }
       surrogates[id].push_back(SplitResolver(metadata, at).Resolve(s, s.GetMissingChild()));
     }
-    if (spec.fnDefaultChild < -1 || spec.fnDefaultChild >= static_cast<int>(ids.size())) {
-      Fail(where, "default child " + std::to_string(spec.fnDefaultChild) +
+    if (desc.fnDefaultChild < -1 || desc.fnDefaultChild >= static_cast<int>(ids.size())) {
+      Fail(where, "default child " + std::to_string(desc.fnDefaultChild) +
                       " out of range (node has " +
                       Count(static_cast<int>(ids.size()), "child", "children") + ")");
     }
-    if (spec.fnClassStats) {
+    if (desc.fnClassStats) {
       if (targetCodes == nullptr) Fail(where, "class statistics need a categorical target");
       int const n = targetCodes->NumCodes();
-      int const predicted = spec.fnClassStats->first;
+      int const predicted = desc.fnClassStats->first;
       if (predicted < 1 || predicted > n) {
         Fail(where, "predicted category " + std::to_string(predicted) +
                         " out of range (target has " + Count(n, "category", "categories") + ")");
       }
-      if (static_cast<int>(spec.fnClassStats->second.size()) != n) {
-        Fail(where, Count(static_cast<int>(spec.fnClassStats->second.size()), "probability",
+      if (static_cast<int>(desc.fnClassStats->second.size()) != n) {
+        Fail(where, Count(static_cast<int>(desc.fnClassStats->second.size()), "probability",
                           "probabilities") +
                         " for " + Count(n, "category", "categories"));
       }
     }
-    if (spec.fnValue && (target == nullptr || targetCodes != nullptr)) {
+    if (desc.fnValue && (target == nullptr || targetCodes != nullptr)) {
       Fail(where, "a predicted value needs a continuous target");
     }
   }
@@ -330,18 +330,18 @@ std::unique_ptr<Tree> ModelBuilder::BuildTree(Metadata const& metadata) const {
     pending.pop_back();
     TreeNode* node = tree->AddNode(id);
     if (parent != nullptr) parent->AddChild(node);
-    NodeSpec const& spec = specs.at(id);
+    NodeSpec const& desc = descs.at(id);
     if (primaries.count(id) != 0) node->SetPrimary(std::move(primaries[id]));
     for (auto& surrogate : surrogates[id]) node->AddSurrogate(std::move(surrogate));
-    node->SetDefaultChild(spec.fnDefaultChild);
-    if (spec.fnClassStats) {
-      node->SetClassStatistics(spec.fnClassStats->first, spec.fnClassStats->second);
+    node->SetDefaultChild(desc.fnDefaultChild);
+    if (desc.fnClassStats) {
+      node->SetClassStatistics(desc.fnClassStats->first, desc.fnClassStats->second);
     }
-    if (spec.fnValue) node->SetValueStatistics(*spec.fnValue);
+    if (desc.fnValue) node->SetValueStatistics(*desc.fnValue);
     std::vector<unsigned int> const& ids = childIds[id];
     for (auto it = ids.rbegin(); it != ids.rend(); ++it) pending.emplace_back(*it, node);
   }
-  for (auto const& entry : specs) {
+  for (auto const& entry : descs) {
     if (tree->Find(entry.first) == nullptr) {
       Fail("node " + std::to_string(entry.first), "not reachable from the root (cycle)");
     }

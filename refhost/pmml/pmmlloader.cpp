@@ -62,7 +62,7 @@ std::vector<pugi::xml_node> AllNodes(pugi::xml_node root) {
 
 // Class statistics: the score's code and each code's probability, from the
 // distribution's probabilities, else its record counts.
-void ClassStatistics(Doc const& doc, FieldDef const& target, pugi::xml_node node, NodeSpec& spec) {
+void ClassStatistics(Doc const& doc, FieldDef const& target, pugi::xml_node node, NodeSpec& desc) {
   std::size_t const n = target.categories.size();
   std::vector<double> probabilities(n, 0.0);
   std::vector<double> counts(n, 0.0);
@@ -106,7 +106,7 @@ void ClassStatistics(Doc const& doc, FieldDef const& target, pugi::xml_node node
       if (probabilities[i] > probabilities[predicted - 1]) predicted = static_cast<int>(i) + 1;
     }
   }
-  if (predicted > 0) spec.Predict(predicted, probabilities);
+  if (predicted > 0) desc.Predict(predicted, probabilities);
 }
 
 }  // namespace
@@ -187,7 +187,7 @@ PmmlModel LoadPmml(std::string const& text) {
   }
 
   for (pugi::xml_node node : nodes) {
-    NodeSpec& spec = builder.Node(hostIds[node.internal_object()]);
+    NodeSpec& desc = builder.Node(hostIds[node.internal_object()]);
     std::vector<pugi::xml_node> const children = pmml::Children(node, "Node");
     if (!children.empty()) {
       int declaredDefault = -1;
@@ -201,19 +201,19 @@ PmmlModel LoadPmml(std::string const& text) {
       }
       pmml::NodeSplits splits =
           pmml::ReadSplits(doc, fields, node, children, missing, declaredDefault);
-      spec.SplitBy(*splits.primary);
-      for (Split const& s : splits.surrogates) spec.Surrogate(s);
-      spec.DefaultChild(splits.defaultChild);
+      desc.SplitBy(*splits.primary);
+      for (Split const& s : splits.surrogates) desc.Surrogate(s);
+      desc.DefaultChild(splits.defaultChild);
       std::vector<unsigned int> ids;
       for (pugi::xml_node child : children) ids.push_back(hostIds[child.internal_object()]);
-      spec.Children(ids);
+      desc.Children(ids);
     }
     if (classification) {
-      ClassStatistics(doc, target, node, spec);
+      ClassStatistics(doc, target, node, desc);
     } else if (pugi::xml_attribute score = node.attribute("score")) {
       std::optional<double> const value = pmml::ParseNumber(score.value());
       if (!value) doc.Fail(node, "score " + Quote(score.value()) + " is not a number");
-      spec.PredictValue(*value);
+      desc.PredictValue(*value);
     }
   }
   try {
