@@ -46,6 +46,17 @@ std::unique_ptr<RecordClassifierImp> Classifier(refhost::Model const& m) {
   return std::make_unique<RecordClassifierImp>(root, &m.GetMetadata());
 }
 
+// A classifier from the factory, restricted to `selection` when given.
+std::unique_ptr<RecordClassifier> Make(refhost::Model const& m,
+                                       RulesNodeSelection* selection = nullptr) {
+  if (selection == nullptr) {
+    return std::unique_ptr<RecordClassifier>(
+        RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
+  }
+  return std::unique_ptr<RecordClassifier>(
+      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), *selection));
+}
+
 TEST(RecordClassifierTest, RecordValueIPlusOneFeedsVariableI) {
   refhost::Model m = SampleModel();
   double const sysmis = systemMissingValue();
@@ -106,8 +117,7 @@ TEST(RecordClassifierTest, NoVariablesReadsNoRecordValue) {
 
 TEST(RecordClassifierTest, ScoreAgreesWithTheHostsRoutingAndReusesOneBuffer) {
   refhost::Model m = SampleModel();
-  std::unique_ptr<RecordClassifier> classifier(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
+  std::unique_ptr<RecordClassifier> classifier = Make(m);
   auto* imp = static_cast<RecordClassifierImp*>(classifier.get());
   std::mt19937 rng(7);
   std::vector<Variant> const ages = {Variant(), 29.0, 30.0, 31.0, Variant(30L)};
@@ -133,8 +143,7 @@ TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
   RulesNodeSelection selection;
   selection.AddNode(m.Find(4), 40);
   selection.AddNode(m.Find(2), 20);
-  std::unique_ptr<RecordClassifier> classifier(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  std::unique_ptr<RecordClassifier> classifier = Make(m, &selection);
   ASSERT_EQ(selection.EnumerateNodes().size(), 2u) << "the caller's selection is synchronised";
   EXPECT_EQ(selection.EnumerateNodes()[0].first, m.Find(4));
 
@@ -152,8 +161,7 @@ TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
     EXPECT_EQ(classifier->Classify(refhost::MakeRecord(c.values)), c.expected);
   }
 
-  std::unique_ptr<RecordClassifier> unrestricted(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata()));
+  std::unique_ptr<RecordClassifier> unrestricted = Make(m);
   EXPECT_EQ(unrestricted->Classify(refhost::MakeRecord({25.0, "y", 0.0, "low"})), 1);
   // The record is encoded all the same.
   refhost::Record const record = refhost::MakeRecord({25.0, "y", 0.0, "low"});
@@ -166,8 +174,7 @@ TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
   RulesNodeSelection selection;
   selection.AddNode(m.Find(2), 20);
   selection.AddNode(m.Find(4), 40);
-  std::unique_ptr<RecordClassifier> classifier(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  std::unique_ptr<RecordClassifier> classifier = Make(m, &selection);
   // A second drop would throw: the record reaches node 2, the first entry.
   refhost::FaultGuard guard("DropObservationThroughTree", 2);
   EXPECT_EQ(classifier->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), 0);
@@ -177,8 +184,7 @@ TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
   RulesNodeSelection reversed;
   reversed.AddNode(m.Find(4), 40);
   reversed.AddNode(m.Find(2), 20);
-  std::unique_ptr<RecordClassifier> other(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), reversed));
+  std::unique_ptr<RecordClassifier> other = Make(m, &reversed);
   refhost::FaultGuard again("DropObservationThroughTree", 2);
   EXPECT_THROW(other->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), std::runtime_error);
 }
@@ -187,8 +193,7 @@ TEST(RecordClassifierTest, LaterSelectionChangesDoNotReachTheClassifier) {
   refhost::Model m = SampleModel();
   RulesNodeSelection selection;
   selection.AddNode(m.Find(2), 20);
-  std::unique_ptr<RecordClassifier> classifier(
-      RuleFactory::CreateRecordClassifier(&m.GetTree(), &m.GetMetadata(), selection));
+  std::unique_ptr<RecordClassifier> classifier = Make(m, &selection);
   selection.AddNode(m.Find(1), 10);
   selection.Synchronize(&m.GetTree());
   EXPECT_EQ(classifier->Classify(refhost::MakeRecord({25.0, "x", 0.0, "low"})), 1);
