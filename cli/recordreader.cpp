@@ -5,16 +5,16 @@
 #include <cstdlib>
 
 #include "refhost/dates.h"
+#include "refhost/numbertext.h"
 
 namespace treeout_cli {
 namespace {
 
 bool IsNumber(std::string const& text, double* value) {
-  if (text.empty()) return false;
-  char const* begin = text.c_str();
-  char* end = nullptr;
-  *value = std::strtod(begin, &end);
-  return end != begin && *end == '\0' && std::isfinite(*value);
+  std::optional<double> const number = refhost::ParseDouble(text);
+  if (!number || !std::isfinite(*number)) return false;
+  *value = *number;
+  return true;
 }
 
 bool DeclaresNA(refhost::PmmlField const& field) {
@@ -26,14 +26,7 @@ bool DeclaresNA(refhost::PmmlField const& field) {
 
 }  // namespace
 
-std::string NumberText(double value) {
-  char buffer[40];
-  for (int digits = 15; digits <= 17; ++digits) {
-    std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
-    if (std::strtod(buffer, nullptr) == value) break;
-  }
-  return buffer;
-}
+std::string NumberText(double value) { return refhost::ShortestText(value); }
 
 RecordReader::RecordReader(refhost::PmmlModel const& model, std::vector<std::string> const& header)
     : fnModel(model), fnWidth(header.size()) {

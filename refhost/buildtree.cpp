@@ -9,6 +9,7 @@
 #include "host/systemmissing.h"
 #include "refhost/builder.h"
 #include "refhost/categoryencoder.h"
+#include "refhost/numbertext.h"
 #include "refhost/ordinalsplit.h"
 
 namespace refhost {
@@ -26,11 +27,8 @@ std::string Text(mdt_800::Variant const& value) {
       return "'" + static_cast<std::string const&>(value) + "'";
     case mdt_800::Variant::TYPE_LONG:
       return std::to_string(static_cast<long>(value));
-    case mdt_800::Variant::TYPE_DOUBLE: {
-      char buffer[32];
-      std::snprintf(buffer, sizeof buffer, "%g", static_cast<double>(value));
-      return buffer;
-    }
+    case mdt_800::Variant::TYPE_DOUBLE:
+      return ShortestText(static_cast<double>(value));
   }
   return "(no value)";
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "refhost/numbertext.h"
 #include "refhost/pmml/pmmlinternal.h"
 
 namespace refhost::pmml {
@@ -54,11 +55,11 @@ std::optional<double> ParseNumber(std::string const& text) {
   char const* begin = text.c_str();
   while (*begin == ' ' || *begin == '\t' || *begin == '\n' || *begin == '\r') ++begin;
   if (*begin == '\0') return std::nullopt;
-  char* end = nullptr;
-  errno = 0;
-  double const value = std::strtod(begin, &end);
-  while (*end == ' ' || *end == '\t' || *end == '\n' || *end == '\r') ++end;
-  if (*end != '\0' || !std::isfinite(value)) return std::nullopt;
+  char const* end = text.c_str() + text.size();
+  while (end > begin && (end[-1] == ' ' || end[-1] == '\t' || end[-1] == '\n' || end[-1] == '\r'))
+    --end;
+  std::optional<double> const value = ParseDouble(std::string_view(begin, end - begin));
+  if (!value || !std::isfinite(*value)) return std::nullopt;
   return value;
 }
 

@@ -64,7 +64,7 @@ TEST(GetPredictionAsString, WritesThePredictionByItsType) {
       {"string, quoted", &yes, false, kClass1, true, "'yes'"},
       {"string, always quoted", &yes, false, kClass1, false, "'yes'"},
       {"number", &number, false, kClass1, true, "2.5"},
-      {"number written exactly", &inexact, false, kClass1, true, "0.30000000000000004"},
+      {"number written exactly", &inexact, false, kClass1, true, "3.0000000000000004e-01"},
       {"integer", &integer, false, kClass1, true, "7"},
       {"date, ISO", &date, true, kClass1, true, "'2017-10-21'"},
       {"date as number, still quoted", &date, true, kClass1, false, "'13727923200'"},

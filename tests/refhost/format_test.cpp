@@ -3,14 +3,17 @@
 
 #include <cfloat>
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <random>
 #include <stdexcept>
 
 #include "host/format.h"
 #include "refhost/dates.h"
+#include "refhost/numbertext.h"
 
 namespace {
 
@@ -29,9 +32,14 @@ TEST(Format, Numbers) {
   } const cases[] = {
       {0.3, true, nullptr, "0.3"},
       {0.3, false, nullptr, "0.3"},
-      {0.1 + 0.2, true, nullptr, "0.30000000000000004"},
+      {0.1 + 0.2, true, nullptr, "3.0000000000000004e-01"},
+      {0.024511689320206642, true, nullptr, "2.4511689320206642e-02"},
+      {39999.99999999999, true, nullptr, "3.999999999999999e+04"},
+      {1e-300, true, nullptr, "1e-300"},
+      {123456789012345.0, true, nullptr, "123456789012345"},
       {0.1 + 0.2, false, nullptr, "0.3"},
       {DBL_MAX, true, nullptr, "1.7976931348623157e+308"},
+      {0.75, false, "%f", "0.750000"},
       {DBL_MAX, false, nullptr, "1.797693134862316e+308"},
       {-DBL_MAX, true, nullptr, "-1.7976931348623157e+308"},
       {-DBL_MAX, false, "%.16g", "-1.797693134862316e+308"},
@@ -45,6 +53,35 @@ TEST(Format, Numbers) {
   for (auto const& c : cases) {
     EXPECT_EQ(atg_800::Format(c.value, c.exact, c.fmt), c.text) << c.text << " exact=" << c.exact;
   }
+}
+
+// The host program's locale must not reach the text: "30.5", never "30,5".
+TEST(Format, IgnoresTheProcessLocale) {
+  char const* const commaLocales[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8"};
+  std::string const previous = std::setlocale(LC_ALL, nullptr);
+  bool switched = false;
+  for (char const* name : commaLocales) switched = switched || std::setlocale(LC_ALL, name);
+  if (!switched) GTEST_SKIP() << "no comma-decimal locale installed";
+  EXPECT_EQ(atg_800::Format(30.5, true, nullptr), "30.5");
+  EXPECT_EQ(atg_800::Format(0.8, false, "%f"), "0.800000");
+  EXPECT_EQ(atg_800::Format(0.1 + 0.2, true, nullptr), "3.0000000000000004e-01");
+  EXPECT_EQ(refhost::ParseDouble("30.5"), 30.5);
+  EXPECT_EQ(refhost::ShortestText(2.5), "2.5");
+  std::setlocale(LC_ALL, previous.c_str());
+}
+
+TEST(ParseDouble, WholeTextOrNothing) {
+  struct {
+    char const* text;
+    std::optional<double> value;
+  } const cases[] = {
+      {"30.5", 30.5},       {"+1", 1.0},           {"-2e3", -2000.0},     {".5", 0.5},
+      {"1e999", HUGE_VAL},  {"1e-999", 0.0},       {"", std::nullopt},    {" 1", std::nullopt},
+      {"1 ", std::nullopt}, {"1,5", std::nullopt}, {"abc", std::nullopt}, {"+-1", std::nullopt},
+  };
+  for (auto const& c : cases) EXPECT_EQ(refhost::ParseDouble(c.text), c.value) << c.text;
+  EXPECT_EQ(refhost::ShortestText(0.1 + 0.2), "0.30000000000000004");
+  EXPECT_EQ(refhost::ShortestText(100000), "100000");
 }
 
 TEST(Format, WideFormatsDoNotTruncate) {

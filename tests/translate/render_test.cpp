@@ -61,7 +61,7 @@ TEST(Render, ValueTextInEachDialect) {
       {kNumber, Variant(low), "", DIALECT_VELD, 0, 0, "-1.797693134862316e+307"},
       {kNumber, Variant(low), "", DIALECT_SQL, 0, 1, "-1.7976931348623155e+308"},
       {kNumber, Variant(-DBL_MAX), "", DIALECT_VELD, 0, 1, "-1.7976931348623157e+308"},
-      {kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 1, "0.30000000000000004"},
+      {kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 1, "3.0000000000000004e-01"},
       {kNumber, Variant(0.1 + 0.2), "", DIALECT_SQL, 0, 0, "0.3"},
       {kNumber, Variant(3L), "", DIALECT_SQL, 0, 0, "3"},
       {kNumber, Variant(-3L), "", DIALECT_GENERIC, 0, 0, "-3"},
