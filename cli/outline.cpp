@@ -61,7 +61,11 @@ std::string Condition(refhost::PmmlModel const& model, tree_800::SplitRuleImp co
 
 void PrintNode(refhost::PmmlModel const& model, refhost::TreeNode const& node, int depth,
                std::string const& condition, std::ostream& out) {
-  out << std::string(2 * static_cast<std::size_t>(depth), ' ') << model.PmmlId(node.GetId());
+  out << std::string(2 * static_cast<std::size_t>(depth), ' ') << model.OutputId(node.GetId());
+  if (model.IsAdded(node.GetId())) out << " (added)";
+  if (model.NumberedInOrder() && !model.DocumentId(node.GetId()).empty()) {
+    out << " [id " << model.DocumentId(node.GetId()) << "]";
+  }
   if (!condition.empty()) out << "  " << condition;
   if (std::optional<double> n = model.RecordCount(node.GetId())) out << "  n=" << NumberText(*n);
   if (tree_800::ClassStatistics const* stats = node.GetClassStatistics(0)) {

@@ -48,13 +48,14 @@ std::string WriteRules(refhost::PmmlModel& model, RulesRequest const& request) {
   }
   refhost::Model const& m = model.GetModel();
   TreeOut_800::RulesOutputAdapter const adapter(&m.GetTree(), &m.GetMetadata());
-  int const number = TreeOut_800::RulesNodeSelection::kDefaultNodeNumber;
   if (!request.nodes.empty()) {
     TreeOut_800::RulesNodeSelection selection;
     for (std::string const& id : request.nodes) {
-      std::optional<unsigned int> const host = model.HostId(id);
-      if (!host) throw InputError("the tree has no node '" + id + "'");
-      selection.AddNode(m.Find(*host), number);
+      std::vector<tree_800::Node const*> const nodes = model.NodesFor(id);
+      if (nodes.empty()) throw InputError("the tree has no node '" + id + "'");
+      for (tree_800::Node const* node : nodes) {
+        selection.AddNode(node, static_cast<int>(model.OutputId(node->GetId())));
+      }
     }
     return Statement(adapter, request, selection);
   }
@@ -62,8 +63,11 @@ std::string WriteRules(refhost::PmmlModel& model, RulesRequest const& request) {
   Leaves(m.Root(), &leaves);
   std::string text;
   for (tree_800::Node const* leaf : leaves) {
+    if (model.IsAdded(leaf->GetId())) continue;  // a copy: selected with its original
     TreeOut_800::RulesNodeSelection selection;
-    selection.AddNode(leaf, number);
+    for (tree_800::Node const* node : model.NodesFor(model.PmmlId(leaf->GetId()))) {
+      selection.AddNode(node, static_cast<int>(model.OutputId(node->GetId())));
+    }
     text += Statement(adapter, request, selection);
   }
   return text;

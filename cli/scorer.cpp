@@ -2,6 +2,7 @@
 
 #include "cli/csvreader.h"
 #include "cli/recordreader.h"
+#include "refhost/dates.h"
 #include "scoring/rulefactory.h"
 
 namespace treeout_cli {
@@ -17,25 +18,21 @@ Score Scorer::ScoreRecord(refhost::Record const& record) const {
   tree_800::NodeImp const* node = fnClassifier->Score(record);
   Score score;
   if (node == nullptr) return score;
+  refhost::PmmlModel::Answer const answer = fnModel.Resolve(*node, record);
   score.hostId = node->GetId();
-  score.node = fnModel.PmmlId(score.hostId);
-  bool const nothing = fnModel.PredictsNothing(*node, record);
-  if (tree_800::ClassStatistics const* stats = node->GetClassStatistics(0)) {
-    refhost::PmmlField const* target = nullptr;
-    for (auto const& field : fnModel.Fields()) {
-      if (field.isTarget) target = &field;
+  score.node = std::to_string(answer.node);
+  score.probabilities = answer.probabilities;
+  refhost::PmmlField const& target = fnModel.Target();
+  if (!answer.predicts) return score;
+  if (fnModel.IsClassification()) {
+    if (answer.category >= 1 && answer.category <= static_cast<int>(target.categories.size())) {
+      score.prediction = target.categories[static_cast<std::size_t>(answer.category - 1)];
+      score.probability = answer.probabilities[static_cast<std::size_t>(answer.category - 1)];
     }
-    for (std::size_t code = 1; target != nullptr && code <= target->categories.size(); ++code) {
-      score.probabilities.push_back(stats->GetProbability(static_cast<int>(code)));
-    }
-    int const predicted = stats->GetPredictedCategory();
-    if (!nothing && target != nullptr && predicted >= 1 &&
-        predicted <= static_cast<int>(target->categories.size())) {
-      score.prediction = target->categories[static_cast<std::size_t>(predicted - 1)];
-      score.probability = stats->GetProbability(predicted);
-    }
-  } else if (tree_800::ValueStatistics const* stats = node->GetValueStatistics(0)) {
-    if (!nothing) score.prediction = NumberText(stats->GetPredictedValue());
+  } else if (target.kind == refhost::PmmlField::kDate) {
+    score.prediction = refhost::IsoFromDateNumber(answer.value);
+  } else {
+    score.prediction = NumberText(answer.value);
   }
   return score;
 }

@@ -109,6 +109,8 @@ class ModelBuilder {
   // The model. The root is the one node that is no node's child. Throws
   // std::invalid_argument for a malformed description.
   Model Build() const;
+  // The metadata alone, for a caller that makes the tree itself.
+  std::unique_ptr<Metadata> BuildMetadata() const;
 
  private:
   friend class VarRef;
@@ -127,7 +129,6 @@ class ModelBuilder {
   };
 
   VarRef Add(VariableSpec desc);
-  std::unique_ptr<Metadata> BuildMetadata() const;
   std::unique_ptr<Tree> BuildTree(Metadata const& metadata) const;
 
   std::vector<VariableSpec> fnVariables;

@@ -16,6 +16,18 @@ TreeNode* Tree::AddNode(unsigned int id) {
   return node;
 }
 
+void Tree::Renumber(std::vector<unsigned int> const& ids) {
+  std::unordered_map<unsigned int, TreeNode*> byId;
+  byId.reserve(fnNodes.size());
+  for (std::size_t i = 0; i < fnNodes.size(); ++i) {
+    if (!byId.emplace(ids[i], fnNodes[i].get()).second) {
+      throw std::invalid_argument("duplicate node id " + std::to_string(ids[i]));
+    }
+  }
+  for (std::size_t i = 0; i < fnNodes.size(); ++i) fnNodes[i]->SetId(ids[i]);
+  fnById = std::move(byId);
+}
+
 void Tree::SetRoot(TreeNode* root) { fnRoot = root; }
 
 tree_800::Node const* Tree::GetRoot() const { return fnRoot; }

@@ -19,6 +19,9 @@ class Tree : public tree_800::TreeAlgorithmBase {
   // Adds a node and returns it (owned by the tree). Throws
   // std::invalid_argument("duplicate node id N") when the id is taken.
   TreeNode* AddNode(unsigned int id);
+  // Gives the nodes new ids: ids[i] to the i-th node added. Throws
+  // std::invalid_argument("duplicate node id N") when two are equal.
+  void Renumber(std::vector<unsigned int> const& ids);
   // The root is the first node added unless set otherwise.
   void SetRoot(TreeNode* root);
 

@@ -38,6 +38,8 @@ void TreeNode::AddSurrogate(std::unique_ptr<tree_800::SplitRuleImp> split) {
 
 void TreeNode::SetDefaultChild(int index) { fnDefaultChild = index; }
 
+void TreeNode::SetId(unsigned int id) { fnId = id; }
+
 void TreeNode::SetClassStatistics(int predicted, std::vector<double> probabilityByCode) {
   fnClassStatistics.emplace(predicted, std::move(probabilityByCode));
 }

@@ -24,6 +24,7 @@ class TreeNode : public tree_800::NodeImp {
   void SetDefaultChild(int index);  // -1 for none
   void SetClassStatistics(int predicted, std::vector<double> probabilityByCode);
   void SetValueStatistics(double predicted);
+  void SetId(unsigned int id);  // the tree that owns the node renumbers it
 
   tree_800::Node const* GetParent() const override;
   int GetNumChildren() const override;

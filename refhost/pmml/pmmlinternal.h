@@ -1,87 +1,123 @@
-// Shared pieces of the PMML loader: element lookup with line numbers, the
-// fields of a model as the loader sees them, and the split reader.
+// Shared pieces of the PMML loader: messages, the model's fields, derived
+// fields, and predicates read into a form that can be evaluated and turned
+// into host splits.
 #pragma once
 
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
-#include <pugixml.hpp>
-
-#include "refhost/builder.h"
 #include "refhost/pmml/pmmlmodel.h"
+#include "refhost/range.h"
 
 namespace refhost::pmml {
 
-// The document text's line starts, to turn an element's offset into its line.
-class Doc {
- public:
-  explicit Doc(std::string const& text);
-  int Line(pugi::xml_node node) const;
-  // Throws PmmlError "<Element> at line N: what".
-  [[noreturn]] void Fail(pugi::xml_node node, std::string const& what) const;
+// "'text'" for messages, with line feeds and carriage returns as \n and \r so
+// that every message stays on one line.
+std::string Quote(std::string_view text);
+// The whole text, blanks around it allowed, as a finite number.
+std::optional<double> ParseNumber(std::string_view text);
+// Throws PmmlError "<element> at line <line>: <what>".
+[[noreturn]] void Fail(std::string_view element, long line, std::string const& what);
 
- private:
-  std::vector<std::size_t> fnLineStarts;
+// Where an element stands, for messages.
+struct Where {
+  std::string element;
+  long line = 0;
+  [[noreturn]] void Fail(std::string const& what) const { pmml::Fail(element, line, what); }
 };
 
-// An element's name without a namespace prefix.
-std::string Local(pugi::xml_node node);
-// Child elements called `name` (without prefix), in document order.
-std::vector<pugi::xml_node> Children(pugi::xml_node node, char const* name);
-pugi::xml_node FirstChild(pugi::xml_node node, char const* name);
-// The whole text as a finite number.
-std::optional<double> ParseNumber(std::string const& text);
-// The tokens of an Array element: blank-separated, or double-quoted with \"
-// for a quote inside. Checks the count against its n attribute.
-std::vector<std::string> ParseArray(Doc const& doc, pugi::xml_node array);
-// "'text'", for messages.
-std::string Quote(std::string const& text);
+// The tokens of an Array's text: blank-separated, or double-quoted with \"
+// for a quote inside. With `n`, the count must be that number.
+std::vector<std::string> ParseArray(std::string const& text, Where const& at, std::string const* n);
 
-// One model variable.
+// One model variable as the loader sees it.
 struct FieldDef {
   int index = -1;  // in the metadata's variable order
   std::string name;
   PmmlField::Kind kind = PmmlField::kNumber;
+  bool boolean = false;  // dataType boolean: categories read as 0 and 1
   bool ordinal = false;
-  bool categorical = false;             // reaches the tree as codes 1..n of `categories`
+  bool categorical = false;             // reaches the tree as codes 1..n
+  bool declared = false;                // its categories are its Value elements
   std::vector<std::string> categories;  // texts in code order
-  std::vector<double> numbers;          // the categories as numbers (number and date kinds)
-  bool hasUserMissing = false;          // a numeric field with an encoder for its missing values
-  pugi::xml_node element;               // the DataField
+  std::vector<double> numbers;          // each category as a number (numbers, dates, booleans)
+  std::unordered_map<std::string, int> codeByText;
+  std::vector<std::string> missingTexts;  // its user-missing values
+  bool hasUserMissing = false;            // a numeric field with an encoder for its missing values
+  Where where;                            // the DataField
+
+  // The code (1..n) of a value text, 0 when it is none.
+  int CodeOf(std::string const& text) const;
+  // The number a value text stands for (date numbers for dates, 1 and 0
+  // for booleans), or nothing.
+  std::optional<double> NumberOf(std::string const& text) const;
+  void AddCategory(std::string const& text, double number);
 };
 
+// Casts that a derived field applies to a raw field's number, in order.
+enum class Cast { kDouble, kFloat, kInteger };
+double ApplyCasts(std::vector<Cast> const& casts, double x);
+
+// A field a predicate may name: a model variable, or a derived field made
+// of FieldRefs and casts over one.
+struct FieldRef {
+  FieldDef const* field = nullptr;
+  std::vector<Cast> casts;
+  bool continuous = false;  // the derived field's optype (for a raw field: its own)
+};
+
+// Numbers in a union of disjoint ranges, ascending.
+struct IntervalSet {
+  std::vector<Range> ranges;
+  bool Contains(double x) const;
+  static IntervalSet All();
+  IntervalSet Intersect(IntervalSet const& other) const;
+  IntervalSet Union(IntervalSet const& other) const;
+  IntervalSet Complement() const;
+};
+
+// A predicate, read from the document. Atoms test one field: a numeric
+// field by the numbers it holds, a categorical one by codes. An atom on a
+// missing value is UNKNOWN; isMissing and isNotMissing are never UNKNOWN.
+struct Pred {
+  enum Kind { kTrue, kFalse, kAtom, kIsMissing, kIsNotMissing, kAnd, kOr, kXor, kSurrogate };
+  Kind kind = kFalse;
+  Where where;
+  int field = -1;           // variable index, for atoms and missing tests
+  IntervalSet numbers;      // an atom on a numeric field
+  std::vector<bool> codes;  // an atom on a categorical field: codes[c] for code c
+  std::vector<Pred> parts;  // compounds
+
+  bool IsConstant() const { return kind == kTrue || kind == kFalse; }
+};
+
+// A range as the host holds it on a field with an encoder: ends at (a, b],
+// a closed lower end or an open upper end moved to the largest double below
+// it, which selects the same doubles.
+Range CodeSpace(Range r);
+
+// `r`, or when it holds every number, every number above the lowest double
+// (which is the system-missing value): a range the rule text can write.
+Range Writable(Range r);
+
+// Three-valued results.
+enum class Truth { kFalse, kTrue, kUnknown };
+// The predicate on one record, given as one encoded double per variable
+// (codes for categorical variables; system-missing for a missing value).
+Truth Evaluate(Pred const& pred, double const* values);
+
+// The model's variables: filled from the DataDictionary and MiningSchema.
 struct Fields {
   std::vector<FieldDef> defs;  // in variable order
   int target = -1;
+  std::unordered_map<std::string, int> byName;
+  std::map<std::string, std::pair<Where, std::string>> derived;  // name -> element, source
   FieldDef const* Find(std::string const& name) const;
 };
-
-// Declares the model variables on `builder`: the MiningSchema's active and
-// target fields in its order, as the DataDictionary describes them. Also
-// fills `info`.
-Fields DeclareFields(Doc const& doc, pugi::xml_node pmml, pugi::xml_node treeModel,
-                     bool classification, ModelBuilder& builder, std::vector<PmmlField>* info);
-
-// A value text of `field` as the host number (date numbers for dates), or
-// nothing when it is not one.
-std::optional<double> NumberOf(FieldDef const& field, std::string const& text);
-// The category code (1..n) of a value text, 0 when it is not a category.
-int CodeOf(FieldDef const& field, std::string const& text);
-
-// What the children of one node say about its split.
-struct NodeSplits {
-  std::optional<Split> primary;
-  std::vector<Split> surrogates;
-  int missingChild = -1;
-  int defaultChild = -1;  // the dumb-rule child; -1 keeps unplaced records at the node
-};
-
-// Reads the predicates of `children` (the Node elements below `node`).
-// `declaredDefault` is the index of the defaultChild attribute's child or -1.
-NodeSplits ReadSplits(Doc const& doc, Fields const& fields, pugi::xml_node node,
-                      std::vector<pugi::xml_node> const& children, MissingStrategy strategy,
-                      int declaredDefault);
 
 }  // namespace refhost::pmml

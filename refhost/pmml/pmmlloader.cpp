@@ -1,237 +1,589 @@
-// The loader: PMML document -> fields, nodes and splits -> ModelBuilder.
+// The loader: one pass over the document's events, building host nodes as
+// their elements close.
 //
-// Nodes are read in document (prefix) order. Their ids are the document's
-// when every id is a non-negative integer, else their document position; the
-// document's ids are kept for display either way. A node's children give its
-// split (pmmlsplits.cpp); its score and ScoreDistribution its statistics.
-#include <cctype>
-#include <cerrno>
-#include <climits>
-#include <cstring>
-#include <fstream>
-#include <set>
-#include <sstream>
+// The DataDictionary, transformations and MiningSchema come first and give
+// the model's variables. Then the Node elements arrive in document (prefix)
+// order; each gets a host node when it opens, with a provisional id (its
+// position among the host nodes), and its split when it closes, from the
+// predicates of its children (pmmlrouting.h), which are dropped then. At
+// the end the ids are settled: the document's own when every Node has one
+// and all are distinct non-negative integers, else document order; nodes
+// the loader added come after. A categorical field that declares no values
+// takes those the tree names; then the document is read twice, the first
+// time only to note them.
+#include <sys/stat.h>
 
-#include "refhost/pmml/pmmlinternal.h"
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "refhost/pmml/pmmldocument.h"
+#include "refhost/pmml/pmmlreading.h"
+#include "refhost/pmml/pmmlrouting.h"
 
 namespace refhost {
 namespace {
 
-using pmml::Doc;
-using pmml::FieldDef;
-using pmml::Fields;
-using pmml::Quote;
+using namespace pmml;
 
-MissingStrategy ReadMissingStrategy(Doc const& doc, pugi::xml_node tree) {
-  std::string const s = tree.attribute("missingValueStrategy").as_string("none");
+MissingStrategy ReadMissingStrategy(XmlReader const& xml) {
+  std::string const s = AttributeOr(xml, "missingValueStrategy", "none");
   if (s == "none") return MissingStrategy::kNone;
   if (s == "lastPrediction") return MissingStrategy::kLastPrediction;
   if (s == "nullPrediction") return MissingStrategy::kNullPrediction;
   if (s == "defaultChild") return MissingStrategy::kDefaultChild;
-  doc.Fail(tree, "missingValueStrategy " + Quote(s) + " is not supported");
+  if (s == "weightedConfidence") return MissingStrategy::kWeightedConfidence;
+  if (s == "aggregateNodes") return MissingStrategy::kAggregateNodes;
+  Here(xml).Fail("missingValueStrategy " + Quote(s) + " is not supported");
 }
 
-NoTrueChildStrategy ReadNoTrueChild(Doc const& doc, pugi::xml_node tree) {
-  std::string const s = tree.attribute("noTrueChildStrategy").as_string("returnNullPrediction");
+NoTrueChildStrategy ReadNoTrueChild(XmlReader const& xml) {
+  std::string const s = AttributeOr(xml, "noTrueChildStrategy", "returnNullPrediction");
   if (s == "returnNullPrediction") return NoTrueChildStrategy::kReturnNull;
   if (s == "returnLastPrediction") return NoTrueChildStrategy::kReturnLast;
-  doc.Fail(tree, "noTrueChildStrategy " + Quote(s) + " is not supported");
+  Here(xml).Fail("noTrueChildStrategy " + Quote(s) + " is not supported");
 }
 
-bool IsCount(std::string const& text) {
-  if (text.empty() || text.size() > 10) return false;
-  for (char c : text) {
-    if (!std::isdigit(static_cast<unsigned char>(c))) return false;
-  }
-  return std::stoull(text) <= UINT_MAX;
+bool IsPredicate(std::string_view name) {
+  return name == "SimplePredicate" || name == "SimpleSetPredicate" || name == "CompoundPredicate" ||
+         name == "True" || name == "False";
 }
 
-// The Node elements in prefix order.
-std::vector<pugi::xml_node> AllNodes(pugi::xml_node root) {
-  std::vector<pugi::xml_node> nodes;
-  std::vector<pugi::xml_node> stack{root};
-  while (!stack.empty()) {
-    pugi::xml_node const node = stack.back();
-    stack.pop_back();
-    nodes.push_back(node);
-    std::vector<pugi::xml_node> const children = pmml::Children(node, "Node");
-    stack.insert(stack.end(), children.rbegin(), children.rend());
-  }
-  return nodes;
+// The key under which ids clash: "1" and "01" are one number.
+std::string IdKey(std::string const& id) {
+  bool digits = !id.empty();
+  for (char c : id) digits = digits && c >= '0' && c <= '9';
+  if (!digits) return "t" + id;
+  std::size_t const first = id.find_first_not_of('0');
+  return "n" + (first == std::string::npos ? std::string("0") : id.substr(first));
 }
 
-// Class statistics: the score's code and each code's probability, from the
-// distribution's probabilities, else its record counts.
-void ClassStatistics(Doc const& doc, FieldDef const& target, pugi::xml_node node, NodeSpec& desc) {
-  std::size_t const n = target.categories.size();
-  std::vector<double> probabilities(n, 0.0);
-  std::vector<double> counts(n, 0.0);
+// The id as a host id, when it is a non-negative integer that fits.
+std::optional<unsigned int> IdNumber(std::string const& key) {
+  if (key[0] != 'n' || key.size() > 11) return std::nullopt;
+  unsigned long long const n = std::stoull(key.substr(1));
+  if (n > 0xFFFFFFFFull) return std::nullopt;
+  return static_cast<unsigned int>(n);
+}
+
+struct Frame {
+  TreeNode* host = nullptr;
+  Where where;
+  std::string id;
+  bool hasId = false;
+  std::string defaultChild;
+  bool hasDefault = false;
+  bool havePredicate = false;
+  Pred predicate;
+  std::string scoreText;
+  bool hasScore = false;
+  std::vector<double> counts, probabilities;
   bool anyProbability = false;
-  std::vector<pugi::xml_node> const distribution = pmml::Children(node, "ScoreDistribution");
-  for (pugi::xml_node entry : distribution) {
-    std::string const value = entry.attribute("value").value();
-    int const code = pmml::CodeOf(target, value);
-    if (code == 0)
-      doc.Fail(entry,
-               "value " + Quote(value) + " is not a category of the target " + Quote(target.name));
-    std::optional<double> const count =
-        pmml::ParseNumber(entry.attribute("recordCount").as_string("0"));
-    if (!count || *count < 0) doc.Fail(entry, "recordCount is not a number");
-    counts[code - 1] += *count;
-    if (pugi::xml_attribute p = entry.attribute("probability")) {
-      std::optional<double> const probability = pmml::ParseNumber(p.value());
-      if (!probability || *probability < 0 || *probability > 1) {
-        doc.Fail(entry, "probability " + Quote(p.value()) + " is not a number from 0 to 1");
+  bool anyDistribution = false;
+  std::vector<ChildSpec> children;
+  std::vector<std::string> childIds;
+  std::uint32_t docIndex = 0;
+  std::vector<std::uint32_t> childDocs;
+};
+
+class Loader : public NodeMaker {
+ public:
+  Loader(XmlReader& xml, NamedValues const* named, LoadOptions const& options)
+      : fnXml(xml), fnNamed(named), fnOptions(options), fnTree(std::make_unique<Tree>()) {}
+
+  // False when the document's categories need the values its tree names;
+  // they are then in `collected` and the caller runs a new loader.
+  bool Run(NamedValues* collected) {
+    if (fnXml.Next() != XmlReader::kStart) throw PmmlError("not an XML document", 0);
+    Where const root = Here(fnXml);
+    if (fnXml.Name() != "PMML") {
+      root.Fail("the document is not PMML (its root element is " + Quote(fnXml.Name()) + ")");
+    }
+    std::string const version = AttributeOr(fnXml, "version", "");
+    if (version.empty() || (version[0] != '3' && version[0] != '4')) {
+      root.Fail("PMML version " + Quote(version) + " is not supported (3.x and 4.x are)");
+    }
+    bool haveTree = false;
+    for (;;) {
+      XmlReader::Event const e = fnXml.Next();
+      if (e == XmlReader::kEnd) break;
+      if (e != XmlReader::kStart) continue;
+      std::string_view const name = fnXml.Name();
+      if (name == "DataDictionary") {
+        fnDictionary = ReadDataDictionary(fnXml);
+        fnHaveDictionary = true;
+      } else if (name == "TransformationDictionary") {
+        ReadTransformations(fnXml, fnGlobal);
+      } else if (name == "TreeModel") {
+        if (haveTree) Here(fnXml).Fail("a second TreeModel (one is supported)");
+        haveTree = true;
+        if (!TreeModel(collected)) return false;
+      } else {
+        SkipElement(fnXml);
       }
-      probabilities[code - 1] = *probability;
-      anyProbability = true;
+    }
+    if (!fnHaveDictionary) root.Fail("no DataDictionary");
+    if (!haveTree) root.Fail("no TreeModel");
+    while (fnXml.Next() != XmlReader::kDone) {
+    }
+    return true;
+  }
+
+  PmmlModel Take() {
+    std::vector<unsigned int> ids = SettleIds();
+    if (fnDocument) {
+      for (DocNode& node : fnDocument->nodes) node.outputId = ids[node.host->GetId()];
+    }
+    fnTree->Renumber(ids);
+    for (std::size_t i = 0; i < ids.size(); ++i) fnNodes[i].hostId = ids[i];
+    Model model(fnBuilder.BuildMetadata(), std::move(fnTree));
+    PmmlModel loaded(std::move(model), std::move(fnInfo), std::move(fnNodes), fnInOrder, fnMissing,
+                     fnNoTrueChild, fnPenalty, fnModelName, std::move(fnDocument));
+    if (!fnStopsAlike.empty()) loaded.NoteStopsAlike(fnStopsAlike);
+    return loaded;
+  }
+
+  TreeNode* Added(TreeNode const& origin) override {
+    return NewAdded(origin, PmmlModel::NodeInfo::kTest);
+  }
+
+  TreeNode* Copy(TreeNode const& subtree) override {
+    TreeNode* top = nullptr;
+    std::vector<std::pair<TreeNode const*, TreeNode*>> stack{{&subtree, nullptr}};
+    while (!stack.empty()) {
+      auto const [source, parent] = stack.back();
+      stack.pop_back();
+      // A copy of an added test stays a test of the same document node.
+      PmmlModel::NodeInfo::Role const role = fnNodes[source->GetId()].role;
+      TreeNode* node = NewAdded(
+          *source, role == PmmlModel::NodeInfo::kDocument ? PmmlModel::NodeInfo::kCopy : role);
+      fnNodes.back().recordCount = fnNodes[source->GetId()].recordCount;
+      if (tree_800::SplitRuleImp const* primary = source->GetPrimary()) {
+        node->SetPrimary(std::unique_ptr<tree_800::SplitRuleImp>(primary->Clone()));
+      }
+      for (int s = 0; s < source->GetNumSurrogates(); ++s) {
+        node->AddSurrogate(
+            std::unique_ptr<tree_800::SplitRuleImp>(source->GetSurrogateImp(s).Clone()));
+      }
+      node->SetDefaultChild(source->GetDumbRuleIndex());
+      if (parent != nullptr) parent->AddChild(node);
+      if (top == nullptr) top = node;
+      for (int c = source->GetNumChildren() - 1; c >= 0; --c) {
+        stack.emplace_back(static_cast<TreeNode const*>(source->GetChild(c)), node);
+      }
+    }
+    return top;
+  }
+
+ private:
+  TreeNode* NewAdded(TreeNode const& origin, PmmlModel::NodeInfo::Role role) {
+    TreeNode* node = NewHostNode();
+    CopyStatistics(origin, *node);
+    PmmlModel::NodeInfo info;
+    info.origin = fnNodes[origin.GetId()].origin;
+    info.documentId = fnNodes[info.origin].documentId;
+    info.role = role;
+    fnNodes.push_back(std::move(info));
+    return node;
+  }
+
+  bool TreeModel(NamedValues* collected) {
+    Where const at = Here(fnXml);
+    if (!fnHaveDictionary) at.Fail("no DataDictionary before the TreeModel");
+    std::string const function = AttributeOr(fnXml, "functionName", "");
+    if (function != "classification" && function != "regression") {
+      at.Fail("functionName " + Quote(function) +
+              " is not supported (classification and regression are)");
+    }
+    fnClassification = function == "classification";
+    fnMissing = ReadMissingStrategy(fnXml);
+    fnNoTrueChild = ReadNoTrueChild(fnXml);
+    if (std::string const* p = fnXml.Attribute("missingValuePenalty")) {
+      std::optional<double> const penalty = ParseNumber(*p);
+      if (!penalty || *penalty < 0 || *penalty > 1) {
+        at.Fail("missingValuePenalty " + Quote(*p) + " is not a number from 0 to 1");
+      }
+      fnPenalty = *penalty;
+    }
+    fnModelName = AttributeOr(fnXml, "modelName", "");
+    fnDerived = fnGlobal;
+    bool haveSchema = false;
+    bool haveRoot = false;
+    std::size_t const depth = fnXml.Depth();
+    for (;;) {
+      XmlReader::Event const e = fnXml.Next();
+      if (e == XmlReader::kEnd && fnXml.Depth() + 1 == depth) break;
+      if (e != XmlReader::kStart) continue;
+      std::string_view const name = fnXml.Name();
+      if (name == "MiningSchema") {
+        Where const schemaAt = Here(fnXml);
+        std::vector<MiningField> const mining = ReadMiningSchema(fnXml);
+        DeclareFields(schemaAt, mining, fnDictionary, fnClassification, fnFields, fnInfo);
+        haveSchema = true;
+      } else if (name == "LocalTransformations") {
+        ReadTransformations(fnXml, fnDerived);
+      } else if (name == "Node") {
+        if (!haveSchema) at.Fail("no MiningSchema");
+        if (haveRoot) Here(fnXml).Fail("a second root Node");
+        haveRoot = true;
+        if (fnNamed == nullptr && NeedsNamedValues(fnFields, fnDictionary)) {
+          CollectNamedValues(fnXml, fnFields, fnDerived, *collected);
+          return false;
+        }
+        Prepare();
+        Nodes();
+      } else {
+        SkipElement(fnXml);
+      }
+    }
+    if (!haveSchema) at.Fail("no MiningSchema");
+    if (!haveRoot) at.Fail("no Node");
+    return true;
+  }
+
+  void Prepare() {
+    FinishFields(fnDictionary, fnNamed, fnFields, fnInfo, fnBuilder);
+    bool const blends = fnMissing == MissingStrategy::kWeightedConfidence ||
+                        fnMissing == MissingStrategy::kAggregateNodes;
+    fnRules.missing = fnMissing;
+    fnRules.noTrueChild = fnNoTrueChild;
+    bool const returnLast = fnNoTrueChild == NoTrueChildStrategy::kReturnLast;
+    // A stop for a missing value predicts otherwise than one with no true
+    // child, or scores a blend, or has its confidence lowered by the penalty.
+    bool const last = fnMissing == MissingStrategy::kLastPrediction;
+    fnRules.stopsDiffer = blends || (last && (!returnLast || fnPenalty != 1)) ||
+                          (fnMissing == MissingStrategy::kNullPrediction && returnLast);
+    // Kept where scores need the predicates: blends, penalties, and stops
+    // whose reason a node's splits may not tell.
+    if (fnRules.stopsDiffer || fnOptions.keepPredicates || PenaltyCounts()) {
+      fnDocument = std::make_unique<Document>();
+    }
+    for (FieldDef const& def : fnFields.defs) {
+      if (def.index != fnFields.target) {
+        fnRules.fallbackField = def.index;
+        break;
+      }
     }
   }
-  if (!anyProbability) {
-    double total = 0;
-    for (double c : counts) total += c;
-    if (total > 0) {
-      for (std::size_t i = 0; i < n; ++i) probabilities[i] = counts[i] / total;
+
+  // Whether the missing value penalty lowers some records' confidence.
+  bool PenaltyCounts() const {
+    return fnPenalty != 1 && fnMissing != MissingStrategy::kNone &&
+           fnMissing != MissingStrategy::kNullPrediction;
+  }
+
+  TreeNode* NewHostNode() { return fnTree->AddNode(static_cast<unsigned int>(fnNodes.size())); }
+
+  // --- Node elements ---
+
+  void Nodes() {
+    OpenNode();
+    while (!fnFrames.empty()) {
+      XmlReader::Event const e = fnXml.Next();
+      if (e == XmlReader::kEnd) {
+        CloseNode();
+        continue;
+      }
+      if (e != XmlReader::kStart) continue;
+      Frame& top = fnFrames.back();
+      std::string_view const name = fnXml.Name();
+      if (name == "Node") {
+        if (!top.havePredicate) top.where.Fail("no predicate");
+        OpenNode();
+      } else if (IsPredicate(name)) {
+        if (top.havePredicate) Here(fnXml).Fail("a second predicate in one Node");
+        top.predicate = ReadPredicate(fnXml, fnFields, fnDerived);
+        top.havePredicate = true;
+      } else if (name == "ScoreDistribution") {
+        Distribution(top);
+      } else if (name == "EmbeddedModel" || name == "Regression" || name == "DecisionTree") {
+        Here(fnXml).Fail(std::string(name) + " inside a Node is not supported");
+      } else {
+        SkipElement(fnXml);  // Extension, Partition
+      }
     }
   }
-  int predicted = 0;
-  if (pugi::xml_attribute score = node.attribute("score")) {
-    predicted = pmml::CodeOf(target, score.value());
-    if (predicted == 0)
-      doc.Fail(node, "score " + Quote(score.value()) + " is not a category of the target " +
+
+  void OpenNode() {
+    Frame frame;
+    frame.where = Here(fnXml);
+    frame.host = NewHostNode();
+    frame.docIndex = fnDocNodes++;
+    PmmlModel::NodeInfo info;
+    info.origin = static_cast<std::uint32_t>(fnNodes.size());
+    if (std::string const* id = fnXml.Attribute("id")) {
+      frame.id = *id;
+      frame.hasId = true;
+      info.documentId = *id;
+      std::string const key = IdKey(*id);
+      auto const [at, added] = fnIdLines.emplace(key, std::make_pair(frame.where.line, *id));
+      if (!added) {
+        frame.where.Fail("node id " + Quote(*id) + " is also the id of the Node at line " +
+                         std::to_string(at->second.first) +
+                         (at->second.second == *id ? "" : " (" + Quote(at->second.second) + ")"));
+      }
+      std::optional<unsigned int> const number = IdNumber(key);
+      fnAllNumbers = fnAllNumbers && number.has_value();
+      if (number) fnMaxId = std::max(fnMaxId, *number);
+    } else {
+      fnAllNumbers = false;
+    }
+    if (std::string const* count = fnXml.Attribute("recordCount")) {
+      std::optional<double> const n = ParseNumber(*count);
+      if (!n) frame.where.Fail("recordCount " + Quote(*count) + " is not a number");
+      if (*n < 0) frame.where.Fail("recordCount " + Quote(*count) + " is negative");
+      info.recordCount = *n;
+    }
+    if (std::string const* d = fnXml.Attribute("defaultChild")) {
+      frame.defaultChild = *d;
+      frame.hasDefault = true;
+    }
+    if (std::string const* score = fnXml.Attribute("score")) {
+      frame.scoreText = *score;
+      frame.hasScore = true;
+    }
+    std::size_t const n = fnClassification ? Target().categories.size() : 0;
+    frame.counts.assign(n, 0);
+    frame.probabilities.assign(n, 0);
+    fnNodes.push_back(std::move(info));
+    fnFrames.push_back(std::move(frame));
+  }
+
+  FieldDef const& Target() const {
+    return fnFields.defs[static_cast<std::size_t>(fnFields.target)];
+  }
+
+  void Distribution(Frame& frame) {
+    Where const at = Here(fnXml);
+    if (!fnClassification) return SkipElement(fnXml);
+    std::string const value = AttributeOr(fnXml, "value", "");
+    int const code = Target().CodeOf(value);
+    if (code == 0) {
+      at.Fail("value " + Quote(value) + " is not a category of the target " + Quote(Target().name));
+    }
+    std::string const countText = AttributeOr(fnXml, "recordCount", "0");
+    std::optional<double> const count = ParseNumber(countText);
+    if (!count) at.Fail("recordCount " + Quote(countText) + " is not a number");
+    if (*count < 0) at.Fail("recordCount " + Quote(countText) + " is negative");
+    std::size_t const c = static_cast<std::size_t>(code - 1);
+    frame.counts[c] += *count;
+    if (std::string const* p = fnXml.Attribute("probability")) {
+      std::optional<double> const probability = ParseNumber(*p);
+      if (!probability || *probability < 0 || *probability > 1) {
+        at.Fail("probability " + Quote(*p) + " is not a number from 0 to 1");
+      }
+      frame.probabilities[c] = *probability;
+      frame.anyProbability = true;
+    }
+    frame.anyDistribution = true;
+    SkipElement(fnXml);
+  }
+
+  void CloseNode() {
+    Frame frame = std::move(fnFrames.back());
+    fnFrames.pop_back();
+    if (!frame.havePredicate) frame.where.Fail("no predicate");
+    if (fnFrames.empty() && frame.predicate.kind != Pred::kTrue) {
+      frame.predicate.where.Fail("the root Node's predicate must be True");
+    }
+    Statistics(frame);
+    int declaredDefault = -1;
+    if (frame.hasDefault && !frame.children.empty()) {
+      for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
+        if (frame.childIds[i] == frame.defaultChild) declaredDefault = static_cast<int>(i);
+      }
+      for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
+        if (IdKey(frame.childIds[i]) == IdKey(frame.defaultChild)) {
+          declaredDefault = static_cast<int>(i);
+        }
+      }
+      if (declaredDefault < 0) {
+        frame.where.Fail("defaultChild " + Quote(frame.defaultChild) +
+                         " is not one of its children");
+      }
+    }
+    if (!frame.children.empty()) {
+      if (!BuildRouting(*frame.host, frame.where, frame.children, declaredDefault, fnFields,
+                        fnRules, *this)) {
+        fnStopsAlike.push_back(frame.docIndex);
+      }
+    }
+    if (fnDocument) Keep(frame, declaredDefault);
+    if (fnFrames.empty()) return;
+    Frame& parent = fnFrames.back();
+    parent.childIds.push_back(frame.hasId ? frame.id : std::string());
+    parent.childDocs.push_back(frame.docIndex);
+    ChildSpec child;
+    child.host = frame.host;
+    child.where = frame.where;
+    if (!fnDocument)
+      child.predicate = std::move(frame.predicate);
+    else
+      child.predicate = fnDocument->nodes[frame.docIndex].predicate;
+    parent.children.push_back(std::move(child));
+  }
+
+  void Keep(Frame& frame, int declaredDefault) {
+    if (fnDocument->nodes.size() <= frame.docIndex) fnDocument->nodes.resize(frame.docIndex + 1);
+    DocNode& node = fnDocument->nodes[frame.docIndex];
+    node.predicate = std::move(frame.predicate);
+    node.children = std::move(frame.childDocs);
+    node.defaultChild = declaredDefault;
+    node.host = frame.host;
+    node.recordCount = fnNodes[frame.host->GetId()].recordCount;
+    node.counts = frame.counts;
+    bool const weighted = fnMissing == MissingStrategy::kWeightedConfidence;
+    bool const aggregate = fnMissing == MissingStrategy::kAggregateNodes;
+    if (weighted && !fnFrames.empty() && node.recordCount < 0) {
+      frame.where.Fail("no recordCount, which missingValueStrategy 'weightedConfidence' needs");
+    }
+    if (aggregate && fnClassification && !frame.anyDistribution) {
+      frame.where.Fail("no ScoreDistribution, which missingValueStrategy 'aggregateNodes' needs");
+    }
+    if (aggregate && !fnClassification && node.recordCount < 0) {
+      frame.where.Fail("no recordCount, which missingValueStrategy 'aggregateNodes' needs");
+    }
+  }
+
+  // Class statistics: the score's code and each code's probability, from
+  // the distribution's probabilities, else its record counts. Value
+  // statistics: the score as a number (a date number for a date target).
+  void Statistics(Frame& frame) {
+    FieldDef const& target = Target();
+    if (!fnClassification) {
+      if (!frame.hasScore) return;
+      std::optional<double> const value = target.NumberOf(frame.scoreText);
+      if (!value) {
+        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a " +
+                         (target.kind == PmmlField::kDate ? "date" : "number"));
+      }
+      frame.host->SetValueStatistics(*value);
+      return;
+    }
+    std::size_t const n = target.categories.size();
+    if (!frame.anyProbability) {
+      double total = 0;
+      for (double c : frame.counts) total += c;
+      if (total > 0) {
+        for (std::size_t i = 0; i < n; ++i) frame.probabilities[i] = frame.counts[i] / total;
+      }
+    }
+    int predicted = 0;
+    if (frame.hasScore) {
+      predicted = target.CodeOf(frame.scoreText);
+      if (predicted == 0) {
+        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a category of the target " +
                          Quote(target.name));
-  } else if (!distribution.empty()) {
-    predicted = 1;
-    for (std::size_t i = 1; i < n; ++i) {
-      if (probabilities[i] > probabilities[predicted - 1]) predicted = static_cast<int>(i) + 1;
+      }
+    } else if (frame.anyDistribution) {
+      predicted = 1;
+      for (std::size_t i = 1; i < n; ++i) {
+        if (frame.probabilities[i] > frame.probabilities[static_cast<std::size_t>(predicted - 1)]) {
+          predicted = static_cast<int>(i) + 1;
+        }
+      }
+    }
+    if (predicted > 0) frame.host->SetClassStatistics(predicted, frame.probabilities);
+  }
+
+  void CopyStatistics(TreeNode const& from, TreeNode& to) const {
+    if (tree_800::ClassStatistics const* stats = from.GetClassStatistics(0)) {
+      std::vector<double> probabilities;
+      for (std::size_t c = 1; c <= Target().categories.size(); ++c) {
+        probabilities.push_back(stats->GetProbability(static_cast<int>(c)));
+      }
+      to.SetClassStatistics(stats->GetPredictedCategory(), std::move(probabilities));
+    }
+    if (tree_800::ValueStatistics const* value = from.GetValueStatistics(0)) {
+      to.SetValueStatistics(value->GetPredictedValue());
     }
   }
-  if (predicted > 0) desc.Predict(predicted, probabilities);
+
+  // --- ids ---
+
+  std::vector<unsigned int> SettleIds() {
+    fnInOrder = !fnAllNumbers;
+    std::vector<unsigned int> ids(fnNodes.size());
+    unsigned long long next = 0;
+    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
+      if (fnNodes[i].role != PmmlModel::NodeInfo::kDocument) continue;
+      ids[i] =
+          fnInOrder ? static_cast<unsigned int>(next++) : *IdNumber(IdKey(fnNodes[i].documentId));
+    }
+    if (!fnInOrder) next = static_cast<unsigned long long>(fnMaxId) + 1;
+    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
+      if (fnNodes[i].role == PmmlModel::NodeInfo::kDocument) continue;
+      if (next > 0xFFFFFFFFull) {
+        throw PmmlError("the tree's node ids leave no room for the nodes the loader adds", 0);
+      }
+      ids[i] = static_cast<unsigned int>(next++);
+    }
+    return ids;
+  }
+
+  XmlReader& fnXml;
+  NamedValues const* fnNamed;
+  LoadOptions fnOptions;
+  std::map<std::string, DataField> fnDictionary;
+  bool fnHaveDictionary = false;
+  Derived fnGlobal;
+  Derived fnDerived;
+  Fields fnFields;
+  std::vector<PmmlField> fnInfo;
+  ModelBuilder fnBuilder;
+  bool fnClassification = true;
+  MissingStrategy fnMissing = MissingStrategy::kNone;
+  NoTrueChildStrategy fnNoTrueChild = NoTrueChildStrategy::kReturnNull;
+  double fnPenalty = 1;
+  std::string fnModelName;
+  RoutingRules fnRules;
+  std::unique_ptr<Tree> fnTree;
+  std::vector<PmmlModel::NodeInfo> fnNodes;  // by provisional id
+  std::uint32_t fnDocNodes = 0;
+  std::unordered_map<std::string, std::pair<long, std::string>> fnIdLines;
+  bool fnAllNumbers = true;
+  unsigned int fnMaxId = 0;
+  bool fnInOrder = false;
+  std::vector<std::uint32_t> fnStopsAlike;  // nodes whose splits cannot tell why one stops
+  std::vector<Frame> fnFrames;
+  std::unique_ptr<Document> fnDocument;
+};
+
+template <typename MakeReader>
+PmmlModel Load(MakeReader makeReader, LoadOptions const& options) {
+  NamedValues named;
+  {
+    std::unique_ptr<XmlReader> xml = makeReader();
+    Loader loader(*xml, nullptr, options);
+    if (loader.Run(&named)) return loader.Take();
+  }
+  std::unique_ptr<XmlReader> xml = makeReader();
+  Loader loader(*xml, &named, options);
+  loader.Run(nullptr);
+  return loader.Take();
 }
 
 }  // namespace
 
-PmmlModel LoadPmml(std::string const& text) {
-  pugi::xml_document xml;
-  pugi::xml_parse_result const parsed =
-      xml.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  Doc const doc(text);
-  if (!parsed) {
-    if (parsed.status == pugi::status_no_document_element) {
-      throw PmmlError("not an XML document: it holds no element", 0);
-    }
-    int line = 1;
-    for (std::ptrdiff_t i = 0; i < parsed.offset && static_cast<std::size_t>(i) < text.size();
-         ++i) {
-      if (text[static_cast<std::size_t>(i)] == '\n') ++line;
-    }
-    throw PmmlError("not an XML document: " + std::string(parsed.description()) + " at line " +
-                        std::to_string(line),
-                    line);
-  }
-  pugi::xml_node const root = xml.document_element();
-  if (pmml::Local(root) != "PMML")
-    doc.Fail(root,
-             "the document is not PMML (its root element is " + Quote(pmml::Local(root)) + ")");
-  std::string const version = root.attribute("version").value();
-  if (version.empty() || (version[0] != '3' && version[0] != '4')) {
-    doc.Fail(root, "PMML version " + Quote(version) + " is not supported (3.x and 4.x are)");
-  }
-  std::vector<pugi::xml_node> const trees = pmml::Children(root, "TreeModel");
-  if (trees.empty()) doc.Fail(root, "no TreeModel");
-  if (trees.size() > 1) doc.Fail(trees[1], "a second TreeModel (one is supported)");
-  pugi::xml_node const tree = trees[0];
-  std::string const function = tree.attribute("functionName").value();
-  if (function != "classification" && function != "regression") {
-    doc.Fail(tree, "functionName " + Quote(function) +
-                       " is not supported (classification and regression are)");
-  }
-  bool const classification = function == "classification";
-  MissingStrategy const missing = ReadMissingStrategy(doc, tree);
-  NoTrueChildStrategy const noTrueChild = ReadNoTrueChild(doc, tree);
-
-  ModelBuilder builder;
-  std::vector<PmmlField> info;
-  Fields const fields = pmml::DeclareFields(doc, root, tree, classification, builder, &info);
-  if (fields.target < 0) doc.Fail(pmml::FirstChild(tree, "MiningSchema"), "no target field");
-  FieldDef const& target = fields.defs[fields.target];
-
-  std::vector<pugi::xml_node> const rootNodes = pmml::Children(tree, "Node");
-  if (rootNodes.empty()) doc.Fail(tree, "no Node");
-  if (rootNodes.size() > 1) doc.Fail(rootNodes[1], "a second root Node");
-  std::vector<pugi::xml_node> const nodes = AllNodes(rootNodes[0]);
-
-  // Node ids: the document's when all are counts, else document order.
-  bool counts = true;
-  std::set<std::string> seen;
-  for (pugi::xml_node node : nodes) {
-    pugi::xml_attribute const id = node.attribute("id");
-    if (id && !seen.insert(id.value()).second)
-      doc.Fail(node, "node id " + Quote(id.value()) + " used twice");
-    counts = counts && id && IsCount(id.value());
-  }
-  std::map<pugi::xml_node_struct*, unsigned int> hostIds;
-  std::map<unsigned int, PmmlNode> pmmlNodes;
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    pugi::xml_attribute const id = nodes[i].attribute("id");
-    unsigned int const hostId =
-        counts ? static_cast<unsigned int>(std::stoul(id.value())) : static_cast<unsigned int>(i);
-    hostIds[nodes[i].internal_object()] = hostId;
-    PmmlNode& info = pmmlNodes[hostId];
-    info.id = id ? id.value() : std::to_string(i);
-    if (pugi::xml_attribute count = nodes[i].attribute("recordCount")) {
-      info.recordCount = pmml::ParseNumber(count.value());
-      if (!info.recordCount)
-        doc.Fail(nodes[i], "recordCount " + Quote(count.value()) + " is not a number");
-    }
-  }
-
-  for (pugi::xml_node node : nodes) {
-    NodeSpec& desc = builder.Node(hostIds[node.internal_object()]);
-    std::vector<pugi::xml_node> const children = pmml::Children(node, "Node");
-    if (!children.empty()) {
-      int declaredDefault = -1;
-      if (pugi::xml_attribute d = node.attribute("defaultChild")) {
-        for (std::size_t i = 0; i < children.size(); ++i) {
-          if (std::string(children[i].attribute("id").value()) == d.value())
-            declaredDefault = static_cast<int>(i);
-        }
-        if (declaredDefault < 0)
-          doc.Fail(node, "defaultChild " + Quote(d.value()) + " is not one of its children");
-      }
-      pmml::NodeSplits splits =
-          pmml::ReadSplits(doc, fields, node, children, missing, declaredDefault);
-      desc.SplitBy(*splits.primary);
-      for (Split const& s : splits.surrogates) desc.Surrogate(s);
-      desc.DefaultChild(splits.defaultChild);
-      std::vector<unsigned int> ids;
-      for (pugi::xml_node child : children) ids.push_back(hostIds[child.internal_object()]);
-      desc.Children(ids);
-    }
-    if (classification) {
-      ClassStatistics(doc, target, node, desc);
-    } else if (pugi::xml_attribute score = node.attribute("score")) {
-      std::optional<double> const value = pmml::ParseNumber(score.value());
-      if (!value) doc.Fail(node, "score " + Quote(score.value()) + " is not a number");
-      desc.PredictValue(*value);
-    }
-  }
-  try {
-    Model model = builder.Build();
-    return PmmlModel(std::move(model), std::move(info), std::move(pmmlNodes), missing, noTrueChild,
-                     tree.attribute("modelName").value());
-  } catch (std::invalid_argument const& e) {
-    doc.Fail(tree, e.what());
-  }
+PmmlModel LoadPmml(std::string const& text, LoadOptions const& options) {
+  return Load([&] { return std::make_unique<XmlReader>(std::string_view(text)); }, options);
 }
 
-PmmlModel LoadPmmlFile(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw PmmlError(std::string("cannot read the file: ") + std::strerror(errno), 0);
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (in.bad()) throw PmmlError("cannot read the file", 0);
-  return LoadPmml(text.str());
+PmmlModel LoadPmmlFile(std::string const& path, LoadOptions const& options) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+    throw PmmlError("cannot read the file: it is a directory", 0);
+  }
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                       &std::fclose);
+  if (!file) throw PmmlError(std::string("cannot read the file: ") + std::strerror(errno), 0);
+  return Load(
+      [&] {
+        std::rewind(file.get());
+        return std::make_unique<XmlReader>(file.get());
+      },
+      options);
 }
 
 }  // namespace refhost

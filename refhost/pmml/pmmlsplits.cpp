@@ -1,219 +1,167 @@
-// A node's split from its children's predicates.
+// A node's split from its children's predicates, when they are simple.
 //
 // Each child's predicate is read as a chain: one predicate, or the parts of a
-// surrogate compound. Position j of every chain forms one host split (0 the
-// primary, then the surrogates), all on one field. PMML gives a record to the
-// first child whose predicate holds, so each child takes only what earlier
-// children leave: category codes of a categorical field, or one range of a
-// numeric field. `True` takes what is left, `False` nothing. A position of
-// only True and False ends the chain: its first True child becomes the
+// surrogate compound; a compound of and/or/xor over one field folds into the
+// set of values it holds for. Position j of every chain forms one host split
+// (0 the primary, then the surrogates), all on one field. PMML gives a record
+// to the first child whose predicate holds, so each child takes only what
+// earlier children leave: category codes of a categorical field, or one range
+// of a numeric field. `True` takes what is left, `False` nothing. A position
+// of only True and False ends the chain: its first True child becomes the
 // default child, and none keeps the record at the node. An `or` of isMissing
 // and a predicate makes that child the primary split's missing-value child.
+//
+// The host sends a value that a split maps to no child on as it sends a
+// missing value (as rpart does with a category no training record had);
+// these splits keep that reading. Whatever does not fit this shape goes to
+// the general construction (pmmlcompound.cpp).
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 
-#include "refhost/pmml/pmmlinternal.h"
+#include "host/splitrule.h"
+#include "host/systemmissing.h"
+#include "refhost/ordinalsplit.h"
+#include "refhost/pmml/pmmlrouting.h"
 
 namespace refhost::pmml {
 namespace {
 
-struct Atom {
-  enum Kind { kTrue, kFalse, kSimple, kSet };
-  Kind kind = kFalse;
-  pugi::xml_node element;
-  FieldDef const* field = nullptr;
-  std::string op;
-  std::vector<std::string> values;  // one for a simple predicate
+// A chain member: True, False, or an atom on one field.
+struct Member {
+  Pred::Kind kind = Pred::kFalse;
+  Pred const* atom = nullptr;  // kAtom: the atom, or a folded compound in `folded`
+  Pred folded;
+  Where where;
+  int Field() const { return kind == Pred::kAtom ? (atom ? atom->field : folded.field) : -1; }
+  Pred const& Atom() const { return atom ? *atom : folded; }
 };
 
-struct ChildPredicate {
-  std::vector<Atom> chain;
-  pugi::xml_node missingAt;  // the isMissing predicate, if any
-  FieldDef const* missingField = nullptr;
+struct Chain {
+  std::vector<Member> members;
+  int missingField = -1;  // the field of its isMissing test, if any
+  Where missingAt;
 };
 
-bool IsPredicate(std::string const& name) {
-  return name == "SimplePredicate" || name == "SimpleSetPredicate" || name == "CompoundPredicate" ||
-         name == "True" || name == "False";
-}
-
-std::vector<pugi::xml_node> Elements(pugi::xml_node node) {
-  std::vector<pugi::xml_node> found;
-  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
-    if (c.type() == pugi::node_element && Local(c) != "Extension") found.push_back(c);
+// The field all atoms of `pred` test, -2 when there are several or a part
+// that is no atom, and -1 for constants only.
+int OneField(Pred const& pred) {
+  if (pred.IsConstant()) return -1;
+  if (pred.kind == Pred::kAtom) return pred.field;
+  if (pred.kind != Pred::kAnd && pred.kind != Pred::kOr && pred.kind != Pred::kXor) return -2;
+  int field = -1;
+  for (Pred const& part : pred.parts) {
+    int const f = OneField(part);
+    if (f == -2 || (f >= 0 && field >= 0 && f != field)) return -2;
+    if (f >= 0) field = f;
   }
-  return found;
-}
-
-FieldDef const* FieldOf(Doc const& doc, Fields const& fields, pugi::xml_node element) {
-  std::string const name = element.attribute("field").value();
-  if (name.empty()) doc.Fail(element, "no field");
-  FieldDef const* field = fields.Find(name);
-  if (field == nullptr)
-    doc.Fail(element, "field " + Quote(name) + " is not an active field of the MiningSchema");
-  if (field->index == fields.target) doc.Fail(element, "field " + Quote(name) + " is the target");
   return field;
 }
 
-bool IsMissingTest(pugi::xml_node element) {
-  return Local(element) == "SimplePredicate" &&
-         std::string(element.attribute("operator").value()) == "isMissing";
+// The values of a one-field compound, as an atom; or a constant.
+Pred FoldSet(Pred const& pred, int field, bool categorical, std::size_t codes) {
+  if (pred.kind == Pred::kAtom) return pred;
+  Pred out;
+  out.kind = Pred::kAtom;
+  out.field = field;
+  out.where = pred.where;
+  if (pred.IsConstant()) {
+    bool const all = pred.kind == Pred::kTrue;
+    if (categorical) {
+      out.codes.assign(codes, all);
+      out.codes[0] = false;
+    } else if (all) {
+      out.numbers = IntervalSet::All();
+    }
+    return out;
+  }
+  bool first = true;
+  for (Pred const& part : pred.parts) {
+    Pred const p = FoldSet(part, field, categorical, codes);
+    if (first) {
+      out.codes = p.codes;
+      out.numbers = p.numbers;
+      first = false;
+      continue;
+    }
+    if (categorical) {
+      for (std::size_t c = 1; c < codes; ++c) {
+        bool const a = out.codes[c];
+        bool const b = p.codes[c];
+        out.codes[c] = pred.kind == Pred::kAnd ? a && b : pred.kind == Pred::kOr ? a || b : a != b;
+      }
+    } else if (pred.kind == Pred::kAnd) {
+      out.numbers = out.numbers.Intersect(p.numbers);
+    } else if (pred.kind == Pred::kOr) {
+      out.numbers = out.numbers.Union(p.numbers);
+    } else {
+      out.numbers =
+          out.numbers.Union(p.numbers).Intersect(out.numbers.Intersect(p.numbers).Complement());
+    }
+  }
+  return out;
 }
 
-Atom ReadAtom(Doc const& doc, Fields const& fields, pugi::xml_node element) {
-  Atom atom;
-  atom.element = element;
-  std::string const name = Local(element);
-  if (name == "True" || name == "False") {
-    atom.kind = name == "True" ? Atom::kTrue : Atom::kFalse;
-    return atom;
+// `pred` as one chain member, when it is one.
+std::optional<Member> AsMember(Pred const& pred, Fields const& fields) {
+  Member m;
+  m.where = pred.where;
+  if (pred.IsConstant()) {
+    m.kind = pred.kind;
+    return m;
   }
-  if (name == "SimplePredicate") {
-    atom.kind = Atom::kSimple;
-    atom.field = FieldOf(doc, fields, element);
-    atom.op = element.attribute("operator").value();
-    if (atom.op != "equal" && atom.op != "notEqual" && atom.op != "lessThan" &&
-        atom.op != "lessOrEqual" && atom.op != "greaterThan" && atom.op != "greaterOrEqual") {
-      if (atom.op == "isMissing")
-        doc.Fail(element, "isMissing is supported only inside an 'or' with the child's predicate");
-      doc.Fail(element, "operator " + Quote(atom.op) + " is not supported");
-    }
-    if (!element.attribute("value")) doc.Fail(element, "no value");
-    atom.values.push_back(element.attribute("value").value());
-    return atom;
+  if (pred.kind == Pred::kAtom) {
+    m.kind = Pred::kAtom;
+    m.atom = &pred;
+    return m;
   }
-  if (name == "SimpleSetPredicate") {
-    atom.kind = Atom::kSet;
-    atom.field = FieldOf(doc, fields, element);
-    atom.op = element.attribute("booleanOperator").value();
-    if (atom.op != "isIn" && atom.op != "isNotIn") {
-      doc.Fail(element, "booleanOperator " + Quote(atom.op) + " is not supported");
-    }
-    pugi::xml_node const array = FirstChild(element, "Array");
-    if (!array) doc.Fail(element, "no Array");
-    atom.values = ParseArray(doc, array);
-    return atom;
-  }
-  if (name == "CompoundPredicate") {
-    doc.Fail(element, "a CompoundPredicate inside another is not supported");
-  }
-  doc.Fail(element, "predicate is not supported");
+  int const field = OneField(pred);
+  if (field < 0) return std::nullopt;  // several fields, or constants only
+  // A compound over one field is UNKNOWN for a missing value when its
+  // constants leave it so; then it is an atom on the values it holds for.
+  std::vector<double> missing(fields.defs.size(), systemMissingValue());
+  if (Evaluate(pred, missing.data()) != Truth::kUnknown) return std::nullopt;
+  FieldDef const& def = fields.defs[static_cast<std::size_t>(field)];
+  m.kind = Pred::kAtom;
+  m.folded = FoldSet(pred, field, def.categorical, def.categories.size() + 1);
+  return m;
 }
 
-std::vector<Atom> ReadChain(Doc const& doc, Fields const& fields, pugi::xml_node element) {
-  if (Local(element) == "CompoundPredicate" &&
-      std::string(element.attribute("booleanOperator").value()) == "surrogate") {
-    std::vector<Atom> chain;
-    for (pugi::xml_node part : Elements(element)) chain.push_back(ReadAtom(doc, fields, part));
-    if (chain.empty()) doc.Fail(element, "surrogate without predicates");
+std::optional<Chain> AsChain(Pred const& pred, Fields const& fields) {
+  Chain chain;
+  Pred const* body = &pred;
+  if (pred.kind == Pred::kIsMissing) {
+    chain.missingField = pred.field;
+    chain.missingAt = pred.where;
+    Member none;
+    none.where = pred.where;
+    chain.members.push_back(none);
     return chain;
   }
-  return {ReadAtom(doc, fields, element)};
-}
-
-ChildPredicate ReadChild(Doc const& doc, Fields const& fields, pugi::xml_node node) {
-  pugi::xml_node predicate;
-  for (pugi::xml_node c : Elements(node)) {
-    if (IsPredicate(Local(c))) {
-      predicate = c;
-      break;
+  if (pred.kind == Pred::kOr && pred.parts.size() == 2) {
+    bool const first = pred.parts[0].kind == Pred::kIsMissing;
+    bool const second = pred.parts[1].kind == Pred::kIsMissing;
+    if (first != second) {
+      Pred const& test = pred.parts[first ? 0 : 1];
+      chain.missingField = test.field;
+      chain.missingAt = test.where;
+      body = &pred.parts[first ? 1 : 0];
     }
   }
-  if (!predicate) doc.Fail(node, "no predicate");
-  ChildPredicate child;
-  if (IsMissingTest(predicate)) {
-    child.missingAt = predicate;
-    child.missingField = FieldOf(doc, fields, predicate);
-    Atom none;
-    none.element = predicate;
-    child.chain.push_back(none);
-    return child;
-  }
-  std::string const op = predicate.attribute("booleanOperator").value();
-  if (Local(predicate) == "CompoundPredicate" && op != "surrogate") {
-    std::vector<pugi::xml_node> parts = Elements(predicate);
-    if (op != "or" || parts.size() != 2 || IsMissingTest(parts[0]) == IsMissingTest(parts[1])) {
-      doc.Fail(predicate, "booleanOperator " + Quote(op) +
-                              " is supported only as 'or' of isMissing and one predicate");
+  if (body->kind == Pred::kSurrogate) {
+    for (Pred const& part : body->parts) {
+      std::optional<Member> m = AsMember(part, fields);
+      if (!m) return std::nullopt;
+      chain.members.push_back(std::move(*m));
     }
-    if (IsMissingTest(parts[1])) std::swap(parts[0], parts[1]);
-    child.missingAt = parts[0];
-    child.missingField = FieldOf(doc, fields, parts[0]);
-    child.chain = ReadChain(doc, fields, parts[1]);
-    return child;
+    return chain;
   }
-  child.chain = ReadChain(doc, fields, predicate);
-  return child;
+  std::optional<Member> m = AsMember(*body, fields);
+  if (!m) return std::nullopt;
+  chain.members.push_back(std::move(*m));
+  return chain;
 }
-
-// --- categorical fields: category codes per child ---
-
-double NumberIn(Doc const& doc, Atom const& atom, std::string const& text) {
-  std::optional<double> number = NumberOf(*atom.field, text);
-  if (!number) {
-    doc.Fail(atom.element, "value " + Quote(text) + " of field " + Quote(atom.field->name) +
-                               " is not a " +
-                               (atom.field->kind == PmmlField::kDate ? "date" : "number"));
-  }
-  return *number;
-}
-
-// Whether category `code` satisfies the atom (a simple or set predicate).
-bool Holds(Doc const& doc, Atom const& atom, int code) {
-  FieldDef const& field = *atom.field;
-  bool const strings = field.kind == PmmlField::kString;
-  auto const equal = [&](std::string const& text) {
-    if (strings) return field.categories[code - 1] == text;
-    return field.numbers[code - 1] == NumberIn(doc, atom, text);
-  };
-  if (atom.kind == Atom::kSet) {
-    bool in = false;
-    for (auto const& text : atom.values) in = in || equal(text);
-    return atom.op == "isIn" ? in : !in;
-  }
-  std::string const& text = atom.values[0];
-  if (atom.op == "equal") return equal(text);
-  if (atom.op == "notEqual") return !equal(text);
-  double left = 0;
-  double right = 0;
-  if (strings) {
-    if (!field.ordinal) {
-      doc.Fail(atom.element,
-               "operator " + Quote(atom.op) + " on the unordered field " + Quote(field.name));
-    }
-    int const other = CodeOf(field, text);
-    if (other == 0)
-      doc.Fail(atom.element, "value " + Quote(text) + " is not a category of " + Quote(field.name));
-    left = code;
-    right = other;
-  } else {
-    left = field.numbers[code - 1];
-    right = NumberIn(doc, atom, text);
-  }
-  if (atom.op == "lessThan") return left < right;
-  if (atom.op == "lessOrEqual") return left <= right;
-  if (atom.op == "greaterThan") return left > right;
-  return left >= right;
-}
-
-Split CategorySplit(Doc const& doc, FieldDef const& field, std::vector<Atom> const& atoms) {
-  int const n = static_cast<int>(field.categories.size());
-  std::vector<bool> taken(static_cast<std::size_t>(n) + 1, false);
-  std::vector<std::vector<int>> codes(atoms.size());
-  for (std::size_t i = 0; i < atoms.size(); ++i) {
-    if (atoms[i].kind == Atom::kFalse) continue;
-    for (int code = 1; code <= n; ++code) {
-      if (taken[code]) continue;
-      if (atoms[i].kind == Atom::kTrue || Holds(doc, atoms[i], code)) {
-        taken[code] = true;
-        codes[i].push_back(code);
-      }
-    }
-  }
-  return Split::Codes(field.index, std::move(codes));
-}
-
-// --- numeric fields: one range per child ---
 
 Range Empty() { return Range::Between(0, true, 0, false); }
 
@@ -253,29 +201,135 @@ std::optional<Range> Subtract(Range const& a, Range const& b) {
   return Empty();
 }
 
-Range RangeOf(Doc const& doc, Atom const& atom) {
-  if (atom.kind == Atom::kSet) {
-    if (atom.op != "isIn" || atom.values.size() != 1) {
-      doc.Fail(atom.element, "a value set on the continuous field " + Quote(atom.field->name) +
-                                 " is supported only as isIn of one value");
-    }
-    double const v = NumberIn(doc, atom, atom.values[0]);
-    return Range::Between(v, false, v, false);
-  }
-  double const v = NumberIn(doc, atom, atom.values[0]);
-  if (atom.op == "lessThan") return Range::Below(v);
-  if (atom.op == "lessOrEqual") return Range::AtMost(v);
-  if (atom.op == "greaterThan") return Range::Above(v);
-  if (atom.op == "greaterOrEqual") return Range::AtLeast(v);
-  if (atom.op == "equal") return Range::Between(v, false, v, false);
-  doc.Fail(atom.element, "operator 'notEqual' on the continuous field " + Quote(atom.field->name) +
-                             " is not supported");
+// The one range of a member, when it has one.
+std::optional<Range> RangeOf(Member const& m) {
+  if (m.kind == Pred::kTrue) return Range::All();
+  if (m.kind == Pred::kFalse) return Empty();
+  std::vector<Range> const& ranges = m.Atom().numbers.ranges;
+  if (ranges.empty()) return Empty();
+  if (ranges.size() > 1) return std::nullopt;
+  return ranges[0];
 }
 
-// On a field with an encoder the host's ranges run (a, b]: a closed lower end
-// or an open upper end moves to the largest double below it.
+std::unique_ptr<tree_800::SplitRuleImp> CategorySplit(FieldDef const& field,
+                                                      std::vector<Member> const& members) {
+  std::size_t const n = field.categories.size();
+  std::vector<bool> taken(n + 1, false);
+  auto rule = std::make_unique<tree_800::NSplitRule>(field.index, 0);
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    if (members[i].kind == Pred::kFalse) continue;
+    for (std::size_t code = 1; code <= n; ++code) {
+      if (taken[code]) continue;
+      if (members[i].kind == Pred::kTrue || members[i].Atom().codes[code]) {
+        taken[code] = true;
+        rule->SetCatMapping(static_cast<int>(code), static_cast<int>(i));
+      }
+    }
+  }
+  rule->SetNumChildren(static_cast<int>(members.size()));
+  return rule;
+}
+
+std::optional<std::vector<Range>> RangeSplit(FieldDef const& field,
+                                             std::vector<Member> const& members) {
+  std::vector<Range> given;  // each child's own range, before earlier children take theirs
+  std::vector<Range> ranges;
+  for (Member const& m : members) {
+    std::optional<Range> own = RangeOf(m);
+    if (!own) return std::nullopt;
+    Range left = *own;
+    for (Range const& earlier : given) {
+      std::optional<Range> rest = Subtract(left, earlier);
+      if (!rest) return std::nullopt;
+      left = *rest;
+    }
+    given.push_back(*own);
+    ranges.push_back(field.hasUserMissing ? CodeSpace(Writable(left))
+                                          : (left.IsEmpty() ? Empty() : Writable(left)));
+  }
+  return ranges;
+}
+
+struct Splits {
+  std::vector<std::unique_ptr<tree_800::SplitRuleImp>> rules;  // primary first
+  std::vector<int> fieldOf;
+  int missingChild = -1;
+  int defaultChild = -1;
+};
+
+// The simple splits, or nothing when the predicates need the general
+// construction.
+std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int declaredDefault,
+                                   Fields const& fields, MissingStrategy strategy) {
+  std::vector<Chain> chains;
+  std::size_t length = 0;
+  for (ChildSpec const& child : children) {
+    std::optional<Chain> chain = AsChain(child.predicate, fields);
+    if (!chain) return std::nullopt;
+    length = std::max(length, chain->members.size());
+    chains.push_back(std::move(*chain));
+  }
+  Splits out;
+  out.defaultChild = strategy == MissingStrategy::kDefaultChild ? declaredDefault : -1;
+  for (std::size_t j = 0; j < length; ++j) {
+    std::vector<Member> members;
+    int field = -1;
+    for (Chain const& chain : chains) {
+      Member m;
+      if (j < chain.members.size()) m = chain.members[j];
+      int const f = m.Field();
+      if (f >= 0 && field >= 0 && f != field) return std::nullopt;
+      if (f >= 0) field = f;
+      members.push_back(std::move(m));
+    }
+    if (field < 0) {  // only True and False: the chain ends here
+      if (j == 0) return std::nullopt;
+      out.defaultChild = -1;
+      for (std::size_t i = 0; i < members.size() && out.defaultChild < 0; ++i) {
+        if (members[i].kind == Pred::kTrue) out.defaultChild = static_cast<int>(i);
+      }
+      break;
+    }
+    FieldDef const& def = fields.defs[static_cast<std::size_t>(field)];
+    if (def.categorical) {
+      out.rules.push_back(CategorySplit(def, members));
+    } else {
+      std::optional<std::vector<Range>> ranges = RangeSplit(def, members);
+      if (!ranges) return std::nullopt;
+      out.rules.push_back(std::make_unique<OrdinalSplit>(field, std::move(*ranges), -1));
+    }
+    out.fieldOf.push_back(field);
+    // Without a missing-value strategy a missing value makes each predicate
+    // false, so a True child takes it.
+    if (j == 0 && strategy == MissingStrategy::kNone && length == 1) {
+      for (std::size_t i = 0; i < members.size() && out.missingChild < 0; ++i) {
+        if (members[i].kind == Pred::kTrue) out.missingChild = static_cast<int>(i);
+      }
+    }
+  }
+  int explicitMissing = -1;
+  for (std::size_t i = 0; i < chains.size(); ++i) {
+    if (chains[i].missingField < 0) continue;
+    if (chains[i].missingField != out.fieldOf[0] || explicitMissing >= 0) return std::nullopt;
+    explicitMissing = static_cast<int>(i);
+  }
+  if (explicitMissing >= 0) out.missingChild = explicitMissing;
+  return out;
+}
+
+}  // namespace
+
+Range Writable(Range r) {
+  if (!r.hasLower && !r.hasUpper) {
+    r.hasLower = true;
+    r.lower = std::numeric_limits<double>::lowest();
+    r.lowerOpen = true;
+  }
+  return r;
+}
+
 Range CodeSpace(Range r) {
-  if (r.IsEmpty()) return Empty();
+  if (r.IsEmpty()) return Range::Between(0, true, 0, false);
   double const down = -std::numeric_limits<double>::infinity();
   if (r.hasLower && !r.lowerOpen) {
     r.lower = std::nextafter(r.lower, down);
@@ -288,97 +342,34 @@ Range CodeSpace(Range r) {
   return r;
 }
 
-Split RangeSplit(Doc const& doc, FieldDef const& field, std::vector<Atom> const& atoms) {
-  std::vector<Range> given;  // each child's own range, before earlier children take theirs
-  std::vector<Range> ranges;
-  for (Atom const& atom : atoms) {
-    Range own = atom.kind == Atom::kTrue    ? Range::All()
-                : atom.kind == Atom::kFalse ? Empty()
-                                            : RangeOf(doc, atom);
-    Range left = own;
-    for (Range const& earlier : given) {
-      std::optional<Range> rest = Subtract(left, earlier);
-      if (!rest) {
-        doc.Fail(atom.element, "what earlier children leave of this predicate on " +
-                                   Quote(field.name) + " is not one range");
-      }
-      left = *rest;
-    }
-    given.push_back(own);
-    ranges.push_back(field.hasUserMissing ? CodeSpace(left) : (left.IsEmpty() ? Empty() : left));
+bool BuildRouting(TreeNode& parent, Where const& at, std::vector<ChildSpec>& children,
+                  int declaredDefault, Fields const& fields, RoutingRules const& rules,
+                  NodeMaker& maker) {
+  std::optional<Splits> splits = SimpleSplits(children, declaredDefault, fields, rules.missing);
+  if (!splits) {
+    return BuildCompoundRouting(parent, at, children, declaredDefault, fields, rules, maker);
   }
-  return Split::Ranges(field.index, std::move(ranges));
-}
-
-}  // namespace
-
-NodeSplits ReadSplits(Doc const& doc, Fields const& fields, pugi::xml_node node,
-                      std::vector<pugi::xml_node> const& children, MissingStrategy strategy,
-                      int declaredDefault) {
-  std::vector<ChildPredicate> predicates;
-  std::size_t length = 0;
-  for (pugi::xml_node child : children) {
-    predicates.push_back(ReadChild(doc, fields, child));
-    length = std::max(length, predicates.back().chain.size());
+  int const n = static_cast<int>(children.size());
+  std::unique_ptr<tree_800::SplitRuleImp>& primary = splits->rules[0];
+  if (auto* codes = dynamic_cast<tree_800::NSplitRule*>(primary.get())) {
+    codes->SetMissingValueMapping(splits->missingChild);
+  } else {
+    auto const* ranges = static_cast<OrdinalSplit const*>(primary.get());
+    primary = std::make_unique<OrdinalSplit>(ranges->GetPredictorIndex(), ranges->GetRanges(),
+                                             splits->missingChild);
   }
-  NodeSplits out;
-  out.defaultChild = strategy == MissingStrategy::kDefaultChild ? declaredDefault : -1;
-  FieldDef const* primaryField = nullptr;
-  for (std::size_t j = 0; j < length; ++j) {
-    std::vector<Atom> atoms;
-    FieldDef const* field = nullptr;
-    for (std::size_t i = 0; i < predicates.size(); ++i) {
-      Atom atom;
-      atom.element = children[i];
-      if (j < predicates[i].chain.size()) atom = predicates[i].chain[j];
-      if (atom.field != nullptr && field != nullptr && atom.field != field) {
-        doc.Fail(atom.element, "splits on " + Quote(atom.field->name) +
-                                   " where an earlier child splits on " + Quote(field->name));
-      }
-      if (atom.field != nullptr) field = atom.field;
-      atoms.push_back(atom);
-    }
-    if (field == nullptr) {  // only True and False: the chain ends here
-      out.defaultChild = -1;
-      for (std::size_t i = 0; i < atoms.size() && out.defaultChild < 0; ++i) {
-        if (atoms[i].kind == Atom::kTrue) out.defaultChild = static_cast<int>(i);
-      }
-      if (j == 0) doc.Fail(node, "the predicates of its children name no field");
-      break;
-    }
-    Split split =
-        field->categorical ? CategorySplit(doc, *field, atoms) : RangeSplit(doc, *field, atoms);
-    if (j == 0) {
-      out.primary = split;
-      primaryField = field;
-      // Without a missing-value strategy a missing value makes each predicate
-      // false, so a True child takes it.
-      if (strategy == MissingStrategy::kNone && length == 1) {
-        for (std::size_t i = 0; i < atoms.size() && out.missingChild < 0; ++i) {
-          if (atoms[i].kind == Atom::kTrue) out.missingChild = static_cast<int>(i);
-        }
-      }
-    } else {
-      out.surrogates.push_back(split);
-    }
-  }
-  int explicitMissing = -1;
-  for (std::size_t i = 0; i < predicates.size(); ++i) {
-    if (predicates[i].missingField == nullptr) continue;
-    if (predicates[i].missingField != primaryField) {
-      doc.Fail(predicates[i].missingAt, "isMissing on " + Quote(predicates[i].missingField->name) +
-                                            " where the split is on " + Quote(primaryField->name));
-    }
-    if (explicitMissing >= 0) doc.Fail(predicates[i].missingAt, "a second missing-value child");
-    explicitMissing = static_cast<int>(i);
-  }
-  if (explicitMissing >= 0) out.missingChild = explicitMissing;
-  out.primary->Missing(out.missingChild);
+  parent.SetPrimary(std::move(primary));
   // A missing-value child takes every record the primary split cannot place,
   // so surrogates would never be asked; leaving them out keeps the rule text
   // from writing conditions that the tree never applies.
-  if (out.missingChild >= 0) out.surrogates.clear();
-  return out;
+  if (splits->missingChild < 0) {
+    for (std::size_t i = 1; i < splits->rules.size(); ++i) {
+      parent.AddSurrogate(std::move(splits->rules[i]));
+    }
+  }
+  parent.SetDefaultChild(splits->defaultChild < n ? splits->defaultChild : -1);
+  for (ChildSpec& child : children) parent.AddChild(child.host);
+  return true;
 }
 
 }  // namespace refhost::pmml

@@ -73,7 +73,7 @@ TEST(TreeoutErrors, OneLineAndStatusTwo) {
             "<?xml version=\"1.0\"?>\n<PMML version=\"4.4\">\n<DataDictionary/>\n</PMML>\n");
   std::string const andPredicate = Write(
       "and.pmml",
-      Model(R"(<CompoundPredicate booleanOperator="and"><True/><True/></CompoundPredicate>)"));
+      Model(R"(<CompoundPredicate booleanOperator="nand"><True/><True/></CompoundPredicate>)"));
   std::string const unknownField =
       Write("field.pmml", Model(R"(<SimplePredicate field="z" operator="lessThan" value="1"/>)"));
   std::string const noColumn = Write("nocolumn.csv", "id,w\n1,2\n");
@@ -85,8 +85,7 @@ TEST(TreeoutErrors, OneLineAndStatusTwo) {
       {"not XML", "show " + notXml, notXml + ": not an XML document: it holds no element"},
       {"no TreeModel", "rules " + noTree, noTree + ": PMML at line 2: no TreeModel"},
       {"unsupported predicate", "show " + andPredicate,
-       andPredicate + ": CompoundPredicate at line 11: booleanOperator 'and' is supported only as "
-                      "'or' of isMissing and one predicate"},
+       andPredicate + ": CompoundPredicate at line 11: booleanOperator 'nand' is not supported"},
       {"field not in the model", "score " + unknownField + " " + badNumber,
        unknownField + ": SimplePredicate at line 11: field 'z' is not an active field of the "
                       "MiningSchema"},

@@ -1,6 +1,7 @@
 // The loader's mapping rules, each shown by where records go in a small
 // document, and its errors, each with its exact message.
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <memory>
 #include <sstream>
@@ -271,23 +272,88 @@ TEST(PmmlLoader, NoSurrogatesBesideAMissingValueChild) {
   EXPECT_EQ(primary->GetMissingValueMapping(), 0);
 }
 
+// Node ids: the document's when all are distinct non-negative integers, else
+// document order; the document's own id stays visible either way.
 TEST(PmmlLoader, NodeIdsAndStatistics) {
   std::string text = Document(kDefault, "3", kLess10, kAtLeast10, "");
   refhost::PmmlModel const counted = refhost::LoadPmml(text);
-  EXPECT_NE(counted.GetModel().Find(3), nullptr);
+  EXPECT_FALSE(counted.NumberedInOrder());
   tree_800::ClassStatistics const* stats = counted.GetModel().Find(2)->GetClassStatistics(0);
   ASSERT_NE(stats, nullptr);
   EXPECT_EQ(stats->GetPredictedCategory(), 2);
   EXPECT_DOUBLE_EQ(stats->GetProbability(2), 0.75);  // from record counts 1 and 3
 
-  Replace(text, R"(<Node id="2")", R"(<Node id="left")");
-  Replace(text, R"(defaultChild="3")", R"(defaultChild="3")");
-  refhost::PmmlModel const named = refhost::LoadPmml(text);
-  EXPECT_EQ(named.HostId("1"), 0u);
-  EXPECT_EQ(named.HostId("left"), 1u);
-  EXPECT_EQ(named.HostId("3"), 2u);
-  EXPECT_EQ(named.PmmlId(1), "left");
-  EXPECT_FALSE(named.HostId("2").has_value());
+  struct IdCase {
+    char const* what;
+    std::vector<std::pair<std::string, std::string>> edits;
+    bool inOrder;
+    std::vector<std::string> documentIds;  // of output numbers 0, 1, 2 (in order) or 1, 2, 3
+  } const cases[] = {
+      {"leading zeros are the same number",
+       {{R"(id="2")", R"(id="002")"}},
+       false,
+       {"1", "002", "3"}},
+      {"a name",
+       {{R"(id="2")", R"(id="left")"}, {R"(defaultChild="3")", R"(defaultChild="3")"}},
+       true,
+       {"1", "left", "3"}},
+      {"a node without id",
+       {{R"(<Node id="3")", R"(<Node)"}, {R"(defaultChild="3")", ""}},
+       true,
+       {"1", "2", ""}},
+      {"a negative id", {{R"(id="2")", R"(id="-2")"}}, true, {"1", "-2", "3"}},
+      {"an id too large for the host",
+       {{R"(id="2")", R"(id="4294967296")"}},
+       true,
+       {"1", "4294967296", "3"}},
+  };
+  for (IdCase const& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::string edited = text;
+    for (auto const& [from, to] : c.edits) Replace(edited, from, to);
+    refhost::PmmlModel const model = refhost::LoadPmml(edited);
+    EXPECT_EQ(model.NumberedInOrder(), c.inOrder);
+    unsigned int const first = c.inOrder ? 0 : 1;
+    for (unsigned int k = 0; k < 3; ++k) {
+      std::vector<tree_800::Node const*> const nodes = model.NodesFor(std::to_string(first + k));
+      ASSERT_EQ(nodes.size(), 1u);
+      EXPECT_EQ(model.DocumentId(nodes[0]->GetId()), c.documentIds[k]);
+      EXPECT_EQ(model.OutputId(nodes[0]->GetId()), first + k);
+    }
+    EXPECT_TRUE(model.NodesFor(std::to_string(first + 3)).empty());
+    EXPECT_TRUE(model.NodesFor("left").empty());  // outputs speak numbers
+  }
+}
+
+// A compound over two fields needs added nodes: they answer to their
+// document node's number, have ids beyond the document's, and no output
+// number selects them; a document child reached by two routes is copied, and
+// its number selects both.
+TEST(PmmlLoader, AddedNodesSpeakForTheirDocumentNode) {
+  refhost::PmmlModel const model = refhost::LoadPmml(
+      Document("", "",
+               R"(<CompoundPredicate booleanOperator="and">)" + kLess10 +
+                   R"(<SimplePredicate field="c" operator="equal" value="a"/></CompoundPredicate>)",
+               "<True/>", ""));
+  std::vector<unsigned int> added;
+  std::vector<unsigned int> copies;
+  tree_800::PrefixNodeIterator walk(model.GetModel().Root());
+  while (walk.HasMore()) {
+    unsigned int const id = walk.Next()->GetId();
+    EXPECT_TRUE(id <= 3 || model.IsAdded(id)) << id;
+    if (!model.IsAdded(id)) continue;
+    (model.NodesFor(std::to_string(model.OutputId(id))).size() > 1 ? copies : added).push_back(id);
+  }
+  ASSERT_FALSE(added.empty());
+  for (unsigned int id : added) {
+    EXPECT_GT(id, 3u);
+    EXPECT_EQ(model.DocumentNode(id), model.OutputId(id));
+    EXPECT_TRUE(model.NodesFor(std::to_string(id)).empty());
+  }
+  // and(x < 10, c = a) else True: node 3 takes x >= 10, a missing x, and
+  // c other than a below x < 10, so it is reached by two routes.
+  EXPECT_GE(model.NodesFor("3").size(), 2u);
+  EXPECT_EQ(model.NodesFor("2").size(), 1u);
 }
 
 struct ErrorCase {
@@ -298,6 +364,7 @@ struct ErrorCase {
 
 TEST(PmmlLoader, ErrorsNameElementLineAndFault) {
   std::string const base = Document(kDefault, "3", kLess10, kAtLeast10, "");
+  std::string const cIs = R"(<SimplePredicate field="c" operator="equal" )";
   ErrorCase const cases[] = {
       {"unknown operator",
        {{R"("lessThan")", R"("between")"}},
@@ -308,46 +375,50 @@ TEST(PmmlLoader, ErrorsNameElementLineAndFault) {
       {"value not a number",
        {{R"(value="10"/>)", R"(value="ten"/>)"}},
        "SimplePredicate at line 13: value 'ten' of field 'x' is not a number"},
-      {"children on different fields",
-       {{kAtLeast10, R"(<SimplePredicate field="c" operator="equal" value="a"/>)"}},
-       "SimplePredicate at line 14: splits on 'c' where an earlier child splits on 'x'"},
-      {"notEqual on a continuous field",
-       {{R"("lessThan")", R"("notEqual")"}},
-       "SimplePredicate at line 13: operator 'notEqual' on the continuous field 'x' is not "
-       "supported"},
       {"order on a nominal field",
        {{kLess10, R"(<SimplePredicate field="c" operator="lessThan" value="b"/>)"},
         {kAtLeast10, "<True/>"}},
        "SimplePredicate at line 13: operator 'lessThan' on the unordered field 'c'"},
+      {"a category the field does not declare, with a line feed",
+       {{kLess10, cIs + R"(value="b&#10;c"/>)"}, {kAtLeast10, "<True/>"}},
+       "SimplePredicate at line 13: value 'b\\nc' is not a value of the field 'c' (its Value "
+       "elements do not declare it)"},
       {"array count",
        {{kLess10,
          R"(<SimpleSetPredicate field="c" booleanOperator="isIn"><Array n="3" type="string">a b</Array></SimpleSetPredicate>)"}},
        "Array at line 13: n=\"3\" but it holds 2 values"},
+      {"empty array",
+       {{kLess10,
+         R"(<SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string"> </Array></SimpleSetPredicate>)"}},
+       "Array at line 13: an empty Array: the set predicate names no value"},
       {"array quote open",
        {{kLess10,
          R"(<SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string">"a b</Array></SimpleSetPredicate>)"}},
        "Array at line 13: quoted value without its closing quote"},
-      {"True leaving two ranges",
-       {{kLess10, R"(<SimplePredicate field="x" operator="equal" value="5"/>)"},
-        {kAtLeast10, "<True/>"}},
-       "True at line 14: what earlier children leave of this predicate on 'x' is not one range"},
-      {"isMissing on another field",
-       {{kAtLeast10,
-         R"(<CompoundPredicate booleanOperator="or"><SimplePredicate field="c" operator="isMissing"/>)" +
-             kAtLeast10 + "</CompoundPredicate>"}},
-       "SimplePredicate at line 14: isMissing on 'c' where the split is on 'x'"},
+      {"root predicate",
+       {{R"(defaultChild="3"><True/>)", R"(defaultChild="3"><False/>)"}},
+       "False at line 12: the root Node's predicate must be True"},
       {"defaultChild not a child",
        {{R"(defaultChild="3")", R"(defaultChild="9")"}},
        "Node at line 12: defaultChild '9' is not one of its children"},
-      {"strategy",
+      {"weightedConfidence without record counts",
        {{kDefault, R"(missingValueStrategy="weightedConfidence")"}},
-       "TreeModel at line 10: missingValueStrategy 'weightedConfidence' is not supported"},
+       "Node at line 13: no recordCount, which missingValueStrategy 'weightedConfidence' needs"},
       {"score not a category",
        {{R"(<Node id="3" score="yes")", R"(<Node id="3" score="maybe")"}},
        "Node at line 14: score 'maybe' is not a category of the target 'y'"},
       {"id twice",
        {{R"(<Node id="3")", R"(<Node id="2")"}},
-       "Node at line 14: node id '2' used twice"},
+       "Node at line 14: node id '2' is also the id of the Node at line 13"},
+      {"ids 1 and 01",
+       {{R"(<Node id="3")", R"(<Node id="01")"}},
+       "Node at line 14: node id '01' is also the id of the Node at line 12 ('1')"},
+      {"negative node count",
+       {{R"(<Node id="3")", R"(<Node id="3" recordCount="-3")"}},
+       "Node at line 14: recordCount '-3' is negative"},
+      {"negative distribution count",
+       {{R"(recordCount="3")", R"(recordCount="-1")"}},
+       "ScoreDistribution at line 13: recordCount '-1' is negative"},
       {"old version",
        {{R"(version="4.4")", R"(version="2.0")"}},
        "PMML at line 2: PMML version '2.0' is not supported (3.x and 4.x are)"},
@@ -359,18 +430,52 @@ TEST(PmmlLoader, ErrorsNameElementLineAndFault) {
        "DataField at line 7: dataType 'time' is not supported"},
       {"no target", {{R"( usageType="target")", ""}}, "MiningSchema at line 11: no target field"},
       {"a node without predicate", {{kLess10, ""}}, "Node at line 13: no predicate"},
+      {"arithmetic in a derived field",
+       {{"<MiningSchema>",
+         R"(<LocalTransformations><DerivedField name="h" optype="continuous" dataType="double"><Apply function="*"><FieldRef field="x"/><Constant>2</Constant></Apply></DerivedField></LocalTransformations><MiningSchema>)"}},
+       "Apply at line 11: Apply in DerivedField 'h' is not supported: a derived field may only be "
+       "a FieldRef with a cast (dataType double, float or integer)"},
+      {"not well-formed",
+       {{"</TreeModel>", "</Tree>"}},
+       "not an XML document: end tag 'Tree' where 'TreeModel' is open at line 17"},
   };
   for (ErrorCase const& c : cases) {
     std::string text = base;
     for (auto const& [from, to] : c.edits) Replace(text, from, to);
+    std::string const& message = c.message;
     try {
       refhost::LoadPmml(text);
       ADD_FAILURE() << c.what << ": loaded";
     } catch (refhost::PmmlError const& e) {
-      EXPECT_EQ(e.what(), c.message) << c.what;
-      EXPECT_EQ(c.message.find(" at line " + std::to_string(e.Line()) + ":") != std::string::npos,
-                true)
-          << c.what;
+      EXPECT_EQ(e.what(), message) << c.what;
+      EXPECT_NE(message.find("line " + std::to_string(e.Line())), std::string::npos) << c.what;
+    }
+  }
+}
+
+// Files: a directory, and files that are not UTF-8 text, say so.
+TEST(PmmlLoader, FilesThatAreNotPmmlTextSaySo) {
+  std::string const dir = TREEOUT_TEST_DATA;
+  std::string const utf16 = ::testing::TempDir() + "/utf16.pmml";
+  std::string const nul = ::testing::TempDir() + "/nul.pmml";
+  std::ofstream(utf16, std::ios::binary) << std::string("\xff\xfe<\0P\0", 6);
+  std::ofstream(nul, std::ios::binary) << std::string("<\0P\0M\0", 6);
+  struct FileCase {
+    std::string path, message;
+  } const cases[] = {
+      {dir, "cannot read the file: it is a directory"},
+      {utf16, "the file is not UTF-8 text: it starts with a UTF-16 byte order mark"},
+      {nul,
+       "not an XML document: the file holds a NUL byte: it is not UTF-8 text (UTF-16 or "
+       "binary?) at line 1"},
+      {dir + "/absent.pmml", "cannot read the file: No such file or directory"},
+  };
+  for (FileCase const& c : cases) {
+    try {
+      refhost::LoadPmmlFile(c.path);
+      ADD_FAILURE() << c.path << ": loaded";
+    } catch (refhost::PmmlError const& e) {
+      EXPECT_EQ(e.what(), c.message) << c.path;
     }
   }
 }

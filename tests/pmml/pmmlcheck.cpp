@@ -1,0 +1,161 @@
+#include "pmmlcheck.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "output/rulesoutputadapter.h"
+#include "refhost/dates.h"
+#include "refhost/numbertext.h"
+#include "scoring/rulefactory.h"
+#include "sqliterecords.h"
+
+namespace pmmltest {
+namespace {
+
+refhost::Record MakeRecord(Values const& values) { return refhost::MakeRecord(values); }
+
+std::string Text(refhost::PmmlModel const& model, refhost::PmmlModel::Answer const& answer) {
+  std::string text = std::to_string(answer.node);
+  if (!answer.predicts) return text;
+  refhost::PmmlField const& target = model.Target();
+  if (!model.IsClassification()) return text + ":" + refhost::ShortestText(answer.value);
+  std::size_t const c = static_cast<std::size_t>(answer.category - 1);
+  return text + ":" + target.categories[c] + ":" + refhost::ShortestText(answer.probabilities[c]);
+}
+
+tree_800::Node const* Stop(refhost::PmmlModel const& model, Values const& values) {
+  std::unique_ptr<TreeOut_800::RecordClassifier> classifier(
+      TreeOut_800::RuleFactory::CreateRecordClassifier(&model.GetModel().GetTree(),
+                                                       &model.GetModel().GetMetadata()));
+  return classifier->Score(MakeRecord(values));
+}
+
+}  // namespace
+
+std::string Scored(refhost::PmmlModel const& model, Values const& values) {
+  tree_800::Node const* stop = Stop(model, values);
+  if (stop == nullptr) return "(none)";
+  return Text(model, model.Resolve(*stop, MakeRecord(values)));
+}
+
+std::string ByDocument(refhost::PmmlModel const& model, Values const& values) {
+  std::vector<double> const encoded =
+      refhost::EncodeRecord(model.GetModel().GetMetadata(), MakeRecord(values));
+  return Text(model, model.Evaluate(encoded.data()));
+}
+
+std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& values) {
+  std::vector<unsigned int> route;
+  for (tree_800::Node const* n = Stop(model, values); n != nullptr; n = n->GetParent()) {
+    unsigned int const id = model.OutputId(n->GetId());
+    if (std::find(route.begin(), route.end(), id) == route.end()) route.push_back(id);
+  }
+  return route;
+}
+
+std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
+                                          std::vector<Values> const& records, int* checked,
+                                          int* skipped) {
+  std::vector<std::string> faults;
+  refhost::Model const& m = model.GetModel();
+  testsupport::SqliteRecords table(m.GetMetadata().GetVariables());
+  std::map<unsigned int, std::vector<int>> through;
+  for (Values const& values : records) {
+    int const id = table.Insert(values);
+    for (unsigned int node : Route(model, values)) through[node].push_back(id);
+  }
+  std::set<unsigned int> documentNodes;
+  tree_800::PrefixNodeIterator walk(m.Root());
+  while (walk.HasMore()) {
+    tree_800::Node const* node = walk.Next();
+    if (!model.IsAdded(node->GetId())) documentNodes.insert(node->GetId());
+  }
+  // Whether a split on the way to `node` maps no value to the child on the
+  // way, in some rule of its chain: the rule text does not yet write such a
+  // link exactly (an empty set, or a range test on missing values alone).
+  auto const emptyLink = [](tree_800::Node const* node) {
+    for (; node->GetParent() != nullptr; node = node->GetParent()) {
+      tree_800::Node const* parent = node->GetParent();
+      int child = 0;
+      while (parent->GetChild(child) != node) ++child;
+      int const rules = parent->GetNumSplitRules() > 0 ? 1 + parent->GetNumSurrogates() : 0;
+      for (int r = 0; r < rules; ++r) {
+        std::unique_ptr<tree_800::SplitRule> rule(r == 0 ? parent->GetSplitRule(0)
+                                                         : parent->GetSurrogate(r - 1));
+        std::unique_ptr<tree_800::ValueSet> values(rule->GetMappedValues(child));
+        if (values == nullptr || values->IsEmpty()) return true;
+      }
+    }
+    return false;
+  };
+  TreeOut_800::RulesOutputAdapter const adapter(&m.GetTree(), &m.GetMetadata());
+  TreeOut_800::RuleExportOptions options;
+  options.fnNumberFormat = 1;
+  for (unsigned int node : documentNodes) {
+    // The rule text for a child that no value reaches is not yet exact (an
+    // empty condition, or one on the missing value alone); such nodes, and
+    // the root, are left out.
+    if (node == model.OutputId(m.Root()->GetId()) || through[node].empty()) continue;
+    // The condition of the paths to the node and its copies.
+    std::set<tree_800::Node const*> active;
+    bool exact = true;
+    for (tree_800::Node const* host : model.NodesFor(std::to_string(node))) {
+      adapter.ActivatePath(host, &active);
+      exact = exact && !emptyLink(host);
+    }
+    if (!exact) {
+      ++*skipped;
+      continue;
+    }
+    std::string const statement = adapter.ExportActiveSubtree(options, m.Root(), active);
+    if (statement.find("()") != std::string::npos) {  // the same open item, as text
+      ++*skipped;
+      continue;
+    }
+    ++*checked;
+    std::vector<int> selected;
+    try {
+      selected = table.Select(statement.empty() ? "1" : statement);
+    } catch (std::exception const& e) {
+      faults.push_back("node " + std::to_string(node) + ": " + e.what());
+      continue;
+    }
+    if (selected != through[node]) {
+      std::string ids;
+      std::vector<int> const& want = through[node];
+      for (int r : selected) {
+        if (!std::binary_search(want.begin(), want.end(), r)) ids += " +" + std::to_string(r);
+      }
+      for (int r : want) {
+        if (!std::binary_search(selected.begin(), selected.end(), r)) {
+          ids += " -" + std::to_string(r);
+        }
+      }
+      faults.push_back("node " + std::to_string(node) + " selects records" + ids + ":\n" +
+                       statement);
+    }
+  }
+  return faults;
+}
+
+Values Parse(refhost::PmmlModel const& model, std::vector<std::string> const& texts) {
+  Values values;
+  std::vector<refhost::PmmlField> const& fields = model.Fields();
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    std::string const text = i < texts.size() ? texts[i] : std::string();
+    if (text.empty() || fields[i].isTarget) {
+      values.emplace_back();
+    } else if (fields[i].kind == refhost::PmmlField::kString) {
+      values.emplace_back(text);
+    } else if (fields[i].kind == refhost::PmmlField::kDate) {
+      values.emplace_back(refhost::DateNumberFromIso(text));
+    } else {
+      values.emplace_back(*refhost::ParseDouble(text));
+    }
+  }
+  return values;
+}
+
+}  // namespace pmmltest
