@@ -1,11 +1,19 @@
-// PMML loading: the largest model of the test data, and generated trees of
-// 10^3 and 10^4 nodes (binary splits with one surrogate and class
-// distributions on every node, as rpart writes them).
+// PMML loading: generated trees of 10^3, 10^4 and 10^5 nodes (binary splits
+// with one surrogate and class distributions on every node, as rpart writes
+// them), and scikit-learn's deep tree of the shared models (TREEOUT_MODELS
+// names their folder) beside pugixml parsing the same file alone. Counters:
+// nodes per second, and the peak memory the load adds per node (resident set,
+// measured once outside the timed loop).
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 
 #include <benchmark/benchmark.h>
+#include <pugixml.hpp>
 
 #include "refhost/pmml/pmmlmodel.h"
 
@@ -17,6 +25,13 @@ std::string ReadFile(std::string const& path) {
   text << in.rdbuf();
   return text.str();
 }
+
+std::string SharedModels() {
+  char const* dir = std::getenv("TREEOUT_MODELS");
+  return dir != nullptr ? dir : TREEOUT_SHARED_MODELS;
+}
+
+std::string DeepModel() { return SharedModels() + "/trained/sk_synth_deep_class/model.pmml"; }
 
 // A complete binary tree of at least `nodes` nodes over four continuous fields.
 std::string GeneratedDocument(int nodes) {
@@ -63,25 +78,68 @@ std::string GeneratedDocument(int nodes) {
   return out.str();
 }
 
-void Load(benchmark::State& state, std::string const& text) {
+// A line of /proc/self/status in bytes ("VmRSS", "VmHWM").
+double StatusBytes(char const* key) {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.compare(0, std::strlen(key), key) == 0) {
+      return std::stod(line.substr(std::strlen(key) + 1)) * 1024;
+    }
+  }
+  return 0;
+}
+
+// The resident memory that loading `path` adds at its peak.
+double PeakLoadBytes(std::string const& path) {
+  std::ofstream("/proc/self/clear_refs") << "5";  // the peak starts again from now
+  double const before = StatusBytes("VmRSS");
+  {
+    refhost::PmmlModel model = refhost::LoadPmmlFile(path);
+    benchmark::DoNotOptimize(model);
+  }
+  return StatusBytes("VmHWM") - before;
+}
+
+void LoadFile(benchmark::State& state, std::string const& path) {
+  if (!std::ifstream(path)) return state.SkipWithError(("no " + path).c_str());
   std::size_t nodes = 0;
   for (auto _ : state) {
-    refhost::PmmlModel model = refhost::LoadPmml(text);
-    nodes = model.GetModel().GetTree().Size();
-    benchmark::DoNotOptimize(nodes);
+    std::optional<refhost::PmmlModel> model(refhost::LoadPmmlFile(path));
+    nodes = model->GetModel().GetTree().Size();
+    state.PauseTiming();  // freeing the model is no part of loading it
+    model.reset();
+    state.ResumeTiming();
   }
-  state.counters["nodes"] = static_cast<double>(nodes);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+  double const n = static_cast<double>(nodes);
+  state.counters["nodes"] = n;
+  state.counters["nodes_per_second"] =
+      benchmark::Counter(n, benchmark::Counter::kIsIterationInvariantRate);
+  state.counters["peak_bytes_per_node"] = PeakLoadBytes(path) / n;
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * ReadFile(path).size()));
 }
-
-void BM_PmmlLoadLargestTestModel(benchmark::State& state) {
-  Load(state, ReadFile(std::string(TREEOUT_TEST_DATA) + "/trained/rpart_cu_class/model.pmml"));
-}
-BENCHMARK(BM_PmmlLoadLargestTestModel)->Unit(benchmark::kMillisecond);
 
 void BM_PmmlLoadGenerated(benchmark::State& state) {
-  Load(state, GeneratedDocument(static_cast<int>(state.range(0))));
+  std::string const path = "/tmp/treeout_bench_" + std::to_string(state.range(0)) + ".pmml";
+  std::ofstream(path) << GeneratedDocument(static_cast<int>(state.range(0)));
+  LoadFile(state, path);
+  std::remove(path.c_str());
 }
-BENCHMARK(BM_PmmlLoadGenerated)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PmmlLoadGenerated)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+void BM_PmmlLoadDeepTree(benchmark::State& state) { LoadFile(state, DeepModel()); }
+BENCHMARK(BM_PmmlLoadDeepTree)->Unit(benchmark::kMillisecond);
+
+// pugixml alone: reading the file and parsing it into its DOM.
+void BM_PugixmlParseDeepTree(benchmark::State& state) {
+  std::string const path = DeepModel();
+  if (!std::ifstream(path)) return state.SkipWithError("no deep tree: set TREEOUT_MODELS");
+  for (auto _ : state) {
+    pugi::xml_document document;
+    pugi::xml_parse_result const parsed = document.load_file(path.c_str());
+    benchmark::DoNotOptimize(parsed);
+  }
+}
+BENCHMARK(BM_PugixmlParseDeepTree)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -16,6 +16,13 @@ TreeNode* Tree::AddNode(unsigned int id) {
   return node;
 }
 
+TreeNode* Tree::AddUnindexed(unsigned int id) {
+  fnNodes.push_back(std::make_unique<TreeNode>(id));
+  TreeNode* node = fnNodes.back().get();
+  if (fnRoot == nullptr) fnRoot = node;
+  return node;
+}
+
 void Tree::Renumber(std::vector<unsigned int> const& ids) {
   std::unordered_map<unsigned int, TreeNode*> byId;
   byId.reserve(fnNodes.size());

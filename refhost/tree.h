@@ -19,6 +19,10 @@ class Tree : public tree_800::TreeAlgorithmBase {
   // Adds a node and returns it (owned by the tree). Throws
   // std::invalid_argument("duplicate node id N") when the id is taken.
   TreeNode* AddNode(unsigned int id);
+  // Adds a node without indexing its id, for a caller that adds many and
+  // then calls Renumber, which indexes them all at once; until then Find
+  // and GetNode do not see it.
+  TreeNode* AddUnindexed(unsigned int id);
   // Gives the nodes new ids: ids[i] to the i-th node added. Throws
   // std::invalid_argument("duplicate node id N") when two are equal.
   void Renumber(std::vector<unsigned int> const& ids);

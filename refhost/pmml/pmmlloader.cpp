@@ -13,7 +13,9 @@
 // time only to note them.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -57,14 +59,6 @@ std::string IdKey(std::string const& id) {
   if (!digits) return "t" + id;
   std::size_t const first = id.find_first_not_of('0');
   return "n" + (first == std::string::npos ? std::string("0") : id.substr(first));
-}
-
-// The id as a host id, when it is a non-negative integer that fits.
-std::optional<unsigned int> IdNumber(std::string const& key) {
-  if (key[0] != 'n' || key.size() > 11) return std::nullopt;
-  unsigned long long const n = std::stoull(key.substr(1));
-  if (n > 0xFFFFFFFFull) return std::nullopt;
-  return static_cast<unsigned int>(n);
 }
 
 struct Frame {
@@ -273,20 +267,26 @@ class Loader : public NodeMaker {
            fnMissing != MissingStrategy::kNullPrediction;
   }
 
-  TreeNode* NewHostNode() { return fnTree->AddNode(static_cast<unsigned int>(fnNodes.size())); }
+  TreeNode* NewHostNode() {
+    return fnTree->AddUnindexed(static_cast<unsigned int>(fnNodes.size()));
+  }
 
   // --- Node elements ---
 
+  // Frames are kept for reuse below fnDepth, so that their buffers do not
+  // come and go with every node.
+  Frame& Top() { return fnFrames[fnDepth - 1]; }
+
   void Nodes() {
     OpenNode();
-    while (!fnFrames.empty()) {
+    while (fnDepth > 0) {
       XmlReader::Event const e = fnXml.Next();
       if (e == XmlReader::kEnd) {
         CloseNode();
         continue;
       }
       if (e != XmlReader::kStart) continue;
-      Frame& top = fnFrames.back();
+      Frame& top = Top();
       std::string_view const name = fnXml.Name();
       if (name == "Node") {
         if (!top.havePredicate) top.where.Fail("no predicate");
@@ -306,26 +306,29 @@ class Loader : public NodeMaker {
   }
 
   void OpenNode() {
-    Frame frame;
+    if (fnDepth == fnFrames.size()) fnFrames.emplace_back();
+    Frame& frame = fnFrames[fnDepth++];
     frame.where = Here(fnXml);
     frame.host = NewHostNode();
     frame.docIndex = fnDocNodes++;
+    frame.hasId = false;
+    frame.hasDefault = false;
+    frame.havePredicate = false;
+    frame.hasScore = false;
+    frame.anyProbability = false;
+    frame.anyDistribution = false;
+    frame.children.clear();
+    frame.childIds.clear();
+    frame.childDocs.clear();
+    fnLines.push_back(frame.where.line);
     PmmlModel::NodeInfo info;
     info.origin = static_cast<std::uint32_t>(fnNodes.size());
+    fnDocHost.push_back(info.origin);
     if (std::string const* id = fnXml.Attribute("id")) {
       frame.id = *id;
       frame.hasId = true;
       info.documentId = *id;
-      std::string const key = IdKey(*id);
-      auto const [at, added] = fnIdLines.emplace(key, std::make_pair(frame.where.line, *id));
-      if (!added) {
-        frame.where.Fail("node id " + Quote(*id) + " is also the id of the Node at line " +
-                         std::to_string(at->second.first) +
-                         (at->second.second == *id ? "" : " (" + Quote(at->second.second) + ")"));
-      }
-      std::optional<unsigned int> const number = IdNumber(key);
-      fnAllNumbers = fnAllNumbers && number.has_value();
-      if (number) fnMaxId = std::max(fnMaxId, *number);
+      CheckId(*id, frame);
     } else {
       fnAllNumbers = false;
     }
@@ -347,7 +350,47 @@ class Loader : public NodeMaker {
     frame.counts.assign(n, 0);
     frame.probabilities.assign(n, 0);
     fnNodes.push_back(std::move(info));
-    fnFrames.push_back(std::move(frame));
+  }
+
+  // Ids clash as numbers ("1" and "01") or as texts; the message names both
+  // nodes.
+  void CheckId(std::string const& id, Frame const& frame) {
+    std::uint32_t const doc = frame.docIndex;
+    bool digits = !id.empty() && id.size() <= 19;
+    for (char c : id) digits = digits && c >= '0' && c <= '9';
+    std::uint32_t other = doc;
+    if (digits) {
+      unsigned long long const n = std::stoull(id);
+      fnNumericIds.emplace_back(n, doc);  // clashes are found at the end, sorted
+      if (n > 0xFFFFFFFFull) fnAllNumbers = false;
+      fnMaxId = std::max<unsigned long long>(fnMaxId, n);
+    } else {
+      other = fnTextIds.emplace(IdKey(id), doc).first->second;
+      fnAllNumbers = false;
+    }
+    if (other != doc) IdClash(doc, other);
+  }
+
+  // Document node `doc` has the id of the earlier node `other`.
+  [[noreturn]] void IdClash(std::uint32_t doc, std::uint32_t other) const {
+    std::string const& id = fnNodes[fnDocHost[doc]].documentId;
+    std::string const& first = fnNodes[fnDocHost[other]].documentId;
+    Fail("Node", fnLines[doc],
+         "node id " + Quote(id) + " is also the id of the Node at line " +
+             std::to_string(fnLines[other]) + (first == id ? "" : " (" + Quote(first) + ")"));
+  }
+
+  void CheckNumericIds() {
+    std::sort(fnNumericIds.begin(), fnNumericIds.end());
+    std::uint32_t clash = UINT32_MAX;
+    std::uint32_t with = 0;
+    for (std::size_t i = 1; i < fnNumericIds.size(); ++i) {
+      if (fnNumericIds[i].first == fnNumericIds[i - 1].first && fnNumericIds[i].second < clash) {
+        clash = fnNumericIds[i].second;  // the first clash in document order
+        with = fnNumericIds[i - 1].second;
+      }
+    }
+    if (clash != UINT32_MAX) IdClash(clash, with);
   }
 
   FieldDef const& Target() const {
@@ -381,10 +424,9 @@ class Loader : public NodeMaker {
   }
 
   void CloseNode() {
-    Frame frame = std::move(fnFrames.back());
-    fnFrames.pop_back();
+    Frame& frame = fnFrames[--fnDepth];
     if (!frame.havePredicate) frame.where.Fail("no predicate");
-    if (fnFrames.empty() && frame.predicate.kind != Pred::kTrue) {
+    if (fnDepth == 0 && frame.predicate.kind != Pred::kTrue) {
       frame.predicate.where.Fail("the root Node's predicate must be True");
     }
     Statistics(frame);
@@ -399,6 +441,7 @@ class Loader : public NodeMaker {
         }
       }
       if (declaredDefault < 0) {
+        CheckNumericIds();  // two children with one id explain it better
         frame.where.Fail("defaultChild " + Quote(frame.defaultChild) +
                          " is not one of its children");
       }
@@ -410,8 +453,8 @@ class Loader : public NodeMaker {
       }
     }
     if (fnDocument) Keep(frame, declaredDefault);
-    if (fnFrames.empty()) return;
-    Frame& parent = fnFrames.back();
+    if (fnDepth == 0) return;
+    Frame& parent = Top();
     parent.childIds.push_back(frame.hasId ? frame.id : std::string());
     parent.childDocs.push_back(frame.docIndex);
     ChildSpec child;
@@ -435,7 +478,7 @@ class Loader : public NodeMaker {
     node.counts = frame.counts;
     bool const weighted = fnMissing == MissingStrategy::kWeightedConfidence;
     bool const aggregate = fnMissing == MissingStrategy::kAggregateNodes;
-    if (weighted && !fnFrames.empty() && node.recordCount < 0) {
+    if (weighted && fnDepth > 0 && node.recordCount < 0) {
       frame.where.Fail("no recordCount, which missingValueStrategy 'weightedConfidence' needs");
     }
     if (aggregate && fnClassification && !frame.anyDistribution) {
@@ -503,13 +546,14 @@ class Loader : public NodeMaker {
   // --- ids ---
 
   std::vector<unsigned int> SettleIds() {
+    CheckNumericIds();
     fnInOrder = !fnAllNumbers;
     std::vector<unsigned int> ids(fnNodes.size());
     unsigned long long next = 0;
     for (std::size_t i = 0; i < fnNodes.size(); ++i) {
       if (fnNodes[i].role != PmmlModel::NodeInfo::kDocument) continue;
-      ids[i] =
-          fnInOrder ? static_cast<unsigned int>(next++) : *IdNumber(IdKey(fnNodes[i].documentId));
+      ids[i] = fnInOrder ? static_cast<unsigned int>(next++)
+                         : static_cast<unsigned int>(std::stoull(fnNodes[i].documentId));
     }
     if (!fnInOrder) next = static_cast<unsigned long long>(fnMaxId) + 1;
     for (std::size_t i = 0; i < fnNodes.size(); ++i) {
@@ -541,12 +585,16 @@ class Loader : public NodeMaker {
   std::unique_ptr<Tree> fnTree;
   std::vector<PmmlModel::NodeInfo> fnNodes;  // by provisional id
   std::uint32_t fnDocNodes = 0;
-  std::unordered_map<std::string, std::pair<long, std::string>> fnIdLines;
+  std::vector<std::pair<unsigned long long, std::uint32_t>> fnNumericIds;  // (id, doc index)
+  std::unordered_map<std::string, std::uint32_t> fnTextIds;
+  std::vector<long> fnLines;             // by document index
+  std::vector<std::uint32_t> fnDocHost;  // document index -> fnNodes index
   bool fnAllNumbers = true;
-  unsigned int fnMaxId = 0;
+  unsigned long long fnMaxId = 0;
   bool fnInOrder = false;
   std::vector<std::uint32_t> fnStopsAlike;  // nodes whose splits cannot tell why one stops
   std::vector<Frame> fnFrames;
+  std::size_t fnDepth = 0;
   std::unique_ptr<Document> fnDocument;
 };
 

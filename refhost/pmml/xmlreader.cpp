@@ -1,10 +1,15 @@
-// The reader is a hand-written scanner over a window of the input: a file is
-// read in 64 KiB blocks, and a token that runs past a block's end carries on
-// into the next (the bytes already read are copied into the event's strings
-// as they go, so nothing needs the previous block). Lines are counted as the
-// bytes pass; "\r\n" and a lone "\r" count as one line end, as XML reads them.
+// The reader scans a window of the input with plain pointer loops. A file is
+// read in 64 KiB blocks; a tag or a text that runs past the window's end
+// moves, unread, to the front of the block and more is read behind it (the
+// block grows when one token is longer), then its scan starts again. So a
+// token is always whole in the window, and names and values are views into
+// it until the next event. Bytes are counted for lines and checked as UTF-8
+// once, when their token is taken.
 #include "refhost/pmml/xmlreader.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "refhost/pmml/pmmlmodel.h"
@@ -14,14 +19,31 @@ namespace {
 
 std::size_t const kBlock = 64 * 1024;
 
-bool IsBlank(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-bool IsNameChar(int c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-         c == ':' || c == '-' || c == '.' || c >= 0x80;
+// Name characters as a table: ASCII letters, digits, '_', ':', '-', '.',
+// and every byte of a multi-byte UTF-8 character.
+struct NameTable {
+  bool is[256] = {};
+  NameTable() {
+    for (int c = 0; c < 256; ++c) {
+      is[c] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+              c == '_' || c == ':' || c == '-' || c == '.' || c >= 0x80;
+    }
+  }
+};
+NameTable const kNames;
+
+inline bool IsNameChar(char c) { return kNames.is[static_cast<unsigned char>(c)]; }
+
+bool IsNameStart(char c) {
+  return IsNameChar(c) && !(c >= '0' && c <= '9') && c != '-' && c != '.';
 }
 
-bool IsNameStart(int c) { return IsNameChar(c) && !(c >= '0' && c <= '9') && c != '-' && c != '.'; }
+std::string_view Local(std::string_view name) {
+  std::size_t const colon = name.find(':');
+  return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
 
 void AppendUtf8(std::string& into, unsigned long code) {
   if (code < 0x80) {
@@ -41,120 +63,86 @@ void AppendUtf8(std::string& into, unsigned long code) {
   }
 }
 
+// The first place of `what` in [p, end), or null.
+char const* Find(char const* p, char const* end, char const* what) {
+  std::string_view const hay(p, static_cast<std::size_t>(end - p));
+  std::size_t const at = hay.find(what);
+  return at == std::string_view::npos ? nullptr : p + at;
+}
+
 }  // namespace
 
 XmlReader::XmlReader(std::string_view text)
-    : fnPos(text.data()), fnEnd(text.data() + text.size()) {}
+    : fnPos(text.data()), fnEnd(text.data() + text.size()), fnEof(true) {}
 
-XmlReader::XmlReader(std::FILE* file) : fnFile(file) { fnBlock.resize(kBlock); }
+XmlReader::XmlReader(std::FILE* file) : fnFile(file) {
+  fnBlock.resize(kBlock);
+  fnPos = fnEnd = fnBlock.data();
+}
 
-bool XmlReader::Fill() {
-  if (fnFile == nullptr) return false;
-  std::size_t const n = std::fread(&fnBlock[0], 1, fnBlock.size(), fnFile);
+bool XmlReader::More(char const* keep) {
+  if (fnEof) return false;
+  std::size_t const kept = static_cast<std::size_t>(fnEnd - keep);
+  if (kept > 0 && keep != fnBlock.data()) std::memmove(&fnBlock[0], keep, kept);
+  if (kept * 2 > fnBlock.size()) fnBlock.resize(fnBlock.size() * 2);
+  std::size_t const n = std::fread(&fnBlock[kept], 1, fnBlock.size() - kept, fnFile);
   if (n == 0) {
     if (std::ferror(fnFile)) {
       throw PmmlError(std::string("cannot read the file: ") + std::strerror(errno), 0);
     }
-    return false;
+    fnEof = true;
   }
   fnPos = fnBlock.data();
-  fnEnd = fnPos + n;
-  return true;
-}
-
-int XmlReader::Get() {
-  int const c = Peek();
-  if (c < 0) return c;
-  ++fnPos;
-  if (c == '\n') {
-    ++fnLine;
-  } else if (c == '\r') {
-    if (Peek() != '\n') ++fnLine;  // a lone CR ends a line; CR LF once
-  } else if (c == 0) {
-    Fail("the file holds a NUL byte: it is not UTF-8 text (UTF-16 or binary?)");
-  } else if (c >= 0x80) {
-    CheckUtf8(static_cast<unsigned char>(c));
-  }
-  return c;
-}
-
-// Checks a multi-byte sequence and keeps its continuation bytes, consumed
-// here, for Append.
-void XmlReader::CheckUtf8(unsigned char lead) {
-  int more = 0;
-  if ((lead & 0xE0) == 0xC0 && lead >= 0xC2) {
-    more = 1;
-  } else if ((lead & 0xF0) == 0xE0) {
-    more = 2;
-  } else if ((lead & 0xF8) == 0xF0 && lead <= 0xF4) {
-    more = 3;
-  } else {
-    Fail("a byte that is not UTF-8: the file is not UTF-8 text");
-  }
-  fnUtf8Length = 0;
-  for (int i = 0; i < more; ++i) {
-    int const c = Peek();
-    if (c < 0 || (c & 0xC0) != 0x80) Fail("a byte that is not UTF-8: the file is not UTF-8 text");
-    fnUtf8[fnUtf8Length++] = static_cast<char>(c);
-    ++fnPos;
-  }
-}
-
-void XmlReader::Append(std::string& into, int c) {
-  into += static_cast<char>(c);
-  if (c >= 0x80) into.append(fnUtf8, fnUtf8Length);
+  fnEnd = fnPos + kept + n;
+  return n > 0;
 }
 
 void XmlReader::Fail(std::string const& what) const {
   throw PmmlError("not an XML document: " + what + " at line " + std::to_string(fnLine), fnLine);
 }
 
-void XmlReader::Expect(char c, char const* what) {
-  if (Get() != static_cast<unsigned char>(c)) Fail(what);
+void XmlReader::FailByte(unsigned char c) const {
+  if (c == 0) Fail("the file holds a NUL byte: it is not UTF-8 text (UTF-16 or binary?)");
+  Fail("a byte that is not UTF-8: the file is not UTF-8 text");
 }
 
-// Consumes `text` when the input starts with it. Only called with texts that
-// a mismatch cannot leave half-consumed in a harmful way: each caller fails
-// or tries a text with a different first byte.
-bool XmlReader::StartsWith(char const* text) {
-  for (; *text != '\0'; ++text) {
-    if (Peek() != static_cast<unsigned char>(*text)) return false;
-    Get();
-  }
-  return true;
-}
-
-void XmlReader::SkipBlanks() {
-  while (IsBlank(Peek())) Get();
-}
-
-void XmlReader::SkipUntil(char const* terminator, char const* what) {
-  std::size_t const n = std::strlen(terminator);
-  std::size_t matched = 0;
-  while (matched < n) {
-    int const c = Get();
-    if (c < 0) Fail(what);
-    if (c == static_cast<unsigned char>(terminator[matched])) {
-      ++matched;
-    } else {
-      matched = c == static_cast<unsigned char>(terminator[0]) ? 1 : 0;
+void XmlReader::Consume(char const* from, char const* to) {
+  // Eight bytes at a time while none is a line feed, a NUL or above 0x7F;
+  // byte by byte from such a byte to the end of its character.
+  std::uint64_t const ones = 0x0101010101010101ull;
+  std::uint64_t const highs = 0x8080808080808080ull;
+  char const* p = from;
+  while (p < to) {
+    while (to - p >= 8) {
+      std::uint64_t w = 0;
+      std::memcpy(&w, p, 8);
+      std::uint64_t const feeds = w ^ (ones * '\n');
+      std::uint64_t const special = ((w - ones) & ~w) | ((feeds - ones) & ~feeds) | w;
+      if ((special & highs) != 0) break;
+      p += 8;
+    }
+    char const* const stop = std::min(to, p + 8);
+    for (; p < stop; ++p) {
+      unsigned char const c = static_cast<unsigned char>(*p);
+      if (c == '\n') {
+        ++fnLine;
+      } else if (c == 0 || c >= 0x80) {
+        int more = 0;
+        if ((c & 0xE0) == 0xC0 && c >= 0xC2) {
+          more = 1;
+        } else if ((c & 0xF0) == 0xE0) {
+          more = 2;
+        } else if ((c & 0xF8) == 0xF0 && c <= 0xF4) {
+          more = 3;
+        } else {
+          FailByte(c);
+        }
+        for (int i = 0; i < more; ++i) {
+          if (++p >= to || (static_cast<unsigned char>(*p) & 0xC0) != 0x80) FailByte(c);
+        }
+      }
     }
   }
-}
-
-void XmlReader::ReadName(std::string& into) {
-  into.clear();
-  if (!IsNameStart(Peek())) {
-    if (Peek() == 0) Get();  // says what a NUL byte means
-    Fail("a name was expected");
-  }
-  while (IsNameChar(Peek())) Append(into, Get());
-}
-
-std::string_view XmlReader::Local(std::string const& name) {
-  std::size_t const colon = name.find(':');
-  std::string_view view(name);
-  return colon == std::string::npos ? view : view.substr(colon + 1);
 }
 
 std::string const* XmlReader::Attribute(std::string_view name) const {
@@ -164,63 +152,71 @@ std::string const* XmlReader::Attribute(std::string_view name) const {
   return nullptr;
 }
 
-void XmlReader::ReadReference(std::string& into) {
-  // After '&'.
-  std::string name;
-  for (int c = Get(); c != ';'; c = Get()) {
-    if (c < 0 || IsBlank(c) || c == '<' || c == '&' || name.size() > 12) {
-      Fail("a reference '&" + name + "' without its ';'");
+// References replaced; in an attribute, blanks become spaces (XML's
+// normalisation), in text a CR LF becomes LF.
+void XmlReader::Decode(std::string_view raw, std::string& into, bool attribute) const {
+  into.clear();
+  for (std::size_t i = 0; i < raw.size(); ++i) {
+    char const c = raw[i];
+    if (c == '\r') {
+      if (i + 1 < raw.size() && raw[i + 1] == '\n') ++i;
+      into += attribute ? ' ' : '\n';
+    } else if (attribute && (c == '\t' || c == '\n')) {
+      into += ' ';
+    } else if (c != '&') {
+      into += c;
+    } else {
+      std::size_t const semi = raw.find(';', i);
+      std::string const name(raw.substr(i + 1, semi == std::string_view::npos ? 12 : semi - i - 1));
+      if (semi == std::string_view::npos || name.size() > 12) {
+        Fail("a reference '&" + name + "' without its ';'");
+      }
+      i = semi;
+      if (name == "lt") {
+        into += '<';
+      } else if (name == "gt") {
+        into += '>';
+      } else if (name == "amp") {
+        into += '&';
+      } else if (name == "quot") {
+        into += '"';
+      } else if (name == "apos") {
+        into += '\'';
+      } else if (name.size() > 1 && name[0] == '#') {
+        bool const hex = name[1] == 'x';
+        unsigned long code = 0;
+        std::size_t const from = hex ? 2 : 1;
+        if (from == name.size()) Fail("a character reference '&" + name + ";' without digits");
+        for (std::size_t k = from; k < name.size() && code <= 0x10FFFF; ++k) {
+          char const d = name[k];
+          int value = -1;
+          if (d >= '0' && d <= '9') value = d - '0';
+          if (hex && d >= 'a' && d <= 'f') value = d - 'a' + 10;
+          if (hex && d >= 'A' && d <= 'F') value = d - 'A' + 10;
+          if (value < 0) Fail("a character reference '&" + name + ";' that is not a number");
+          code = code * (hex ? 16 : 10) + static_cast<unsigned long>(value);
+        }
+        if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
+          Fail("a character reference '&" + name + ";' to no character");
+        }
+        AppendUtf8(into, code);
+      } else {
+        Fail("an unknown entity '&" + name + ";'");
+      }
     }
-    name += static_cast<char>(c);
-  }
-  if (name == "lt") {
-    into += '<';
-  } else if (name == "gt") {
-    into += '>';
-  } else if (name == "amp") {
-    into += '&';
-  } else if (name == "quot") {
-    into += '"';
-  } else if (name == "apos") {
-    into += '\'';
-  } else if (name.size() > 1 && name[0] == '#') {
-    bool const hex = name[1] == 'x';
-    unsigned long code = 0;
-    std::size_t const from = hex ? 2 : 1;
-    if (from == name.size()) Fail("a character reference '&" + name + ";' without digits");
-    for (std::size_t i = from; i < name.size(); ++i) {
-      char const d = name[i];
-      int value = -1;
-      if (d >= '0' && d <= '9') value = d - '0';
-      if (hex && d >= 'a' && d <= 'f') value = d - 'a' + 10;
-      if (hex && d >= 'A' && d <= 'F') value = d - 'A' + 10;
-      if (value < 0) Fail("a character reference '&" + name + ";' that is not a number");
-      code = code * (hex ? 16 : 10) + static_cast<unsigned long>(value);
-      if (code > 0x10FFFF) break;
-    }
-    if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-      Fail("a character reference '&" + name + ";' to no character");
-    }
-    AppendUtf8(into, code);
-  } else {
-    Fail("an unknown entity '&" + name + ";'");
   }
 }
 
-// A UTF-8 byte order mark is skipped; one of UTF-16 or UTF-32 says what the
-// file is.
+// A UTF-8 byte order mark is skipped; one of UTF-16 says what the file is.
 void XmlReader::SkipByteOrderMark() {
-  int const c = Peek();
+  while (fnEnd - fnPos < 3 && More(fnPos)) {
+  }
+  if (fnPos == fnEnd) return;
+  unsigned char const c = static_cast<unsigned char>(*fnPos);
   if (c == 0xFE || c == 0xFF) {
     throw PmmlError("the file is not UTF-8 text: it starts with a UTF-16 byte order mark", 0);
   }
-  if (c == 0xEF) {
-    ++fnPos;
-    if (Peek() != 0xBB) Fail("a byte that is not UTF-8: the file is not UTF-8 text");
-    ++fnPos;
-    if (Peek() != 0xBF) Fail("a byte that is not UTF-8: the file is not UTF-8 text");
-    ++fnPos;
-  }
+  if (fnEnd - fnPos >= 3 && std::memcmp(fnPos, "\xEF\xBB\xBF", 3) == 0) fnPos += 3;
 }
 
 XmlReader::Event XmlReader::Next() {
@@ -228,163 +224,223 @@ XmlReader::Event XmlReader::Next() {
     fnStarted = true;
     SkipByteOrderMark();
   }
+  fnNumAttrs = 0;
   if (fnPendingEnd) {
     fnPendingEnd = false;
-    fnRawName = std::move(fnOpen.back());
+    fnEndName = std::move(fnOpen.back());
     fnOpen.pop_back();
-    fnName = Local(fnRawName);
-    fnNumAttrs = 0;
+    fnName = Local(fnEndName);
     if (fnOpen.empty()) fnFinished = true;
-    return fnEvent = kEnd;
+    return kEnd;
   }
   for (;;) {
-    fnEventLine = fnLine;
-    int const c = Peek();
-    if (c < 0) {
+    if (fnPos == fnEnd && !More(fnPos)) {
       if (!fnOpen.empty()) Fail("the end of the file inside element '" + fnOpen.back() + "'");
-      if (!fnSeenRoot) {
-        throw PmmlError("not an XML document: it holds no element", 0);
-      }
-      return fnEvent = kDone;
+      if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
+      return kDone;
     }
-    if (c == '<') {
-      Get();
-      int const next = Peek();
-      if (next == '/') {
-        Get();
-        ReadEndTag();
-        return fnEvent = kEnd;
-      }
-      if (next == '?' || next == '!') {
-        ReadMarkup();
-        continue;
-      }
-      ReadStartTag();
-      return fnEvent = kStart;
-    }
-    ReadText();
-    if (fnOpen.empty()) {
-      for (char t : fnText) {
-        if (!IsBlank(static_cast<unsigned char>(t))) {
-          if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
-          Fail("text after the document element");
-        }
-      }
+    fnEventLine = fnLine;
+    if (*fnPos != '<') {
+      ReadText();
+      if (!fnText.empty()) return kText;
       continue;
     }
-    bool blank = true;
-    for (char t : fnText) blank = blank && IsBlank(static_cast<unsigned char>(t));
-    if (!blank) return fnEvent = kText;
-  }
-}
-
-// After '<': a declaration, processing instruction, comment, CDATA section
-// (delivered as text is not needed by the loader, so its content is kept as
-// the next text) or DOCTYPE.
-void XmlReader::ReadMarkup() {
-  if (Peek() == '?') {
-    Get();
-    SkipUntil("?>", "a processing instruction without its '?>'");
-    return;
-  }
-  Get();  // '!'
-  if (StartsWith("--")) {
-    SkipUntil("-->", "a comment without its '-->'");
-    return;
-  }
-  if (StartsWith("[CDATA[")) {
-    if (fnOpen.empty()) Fail("a CDATA section outside the document element");
-    SkipUntil("]]>", "a CDATA section without its ']]>'");
-    return;
-  }
-  if (StartsWith("DOCTYPE")) {
-    if (fnSeenRoot) Fail("a DOCTYPE after the document element");
-    for (int c = Get(); c != '>'; c = Get()) {
-      if (c < 0) Fail("a DOCTYPE without its '>'");
-      if (c == '[') Fail("a DOCTYPE with an internal subset (entity declarations are not read)");
-    }
-    return;
-  }
-  Fail("'<!' that starts no comment, CDATA section or DOCTYPE");
-}
-
-void XmlReader::ReadStartTag() {
-  if (fnFinished) Fail("a second document element");
-  fnSeenRoot = true;
-  ReadName(fnRawName);
-  fnNumAttrs = 0;
-  for (;;) {
-    bool const blank = IsBlank(Peek());
-    SkipBlanks();
-    int const c = Peek();
-    if (c == '/') {
-      Get();
-      Expect('>', "'/' not followed by '>' in a tag");
-      fnPendingEnd = true;
-      break;
-    }
-    if (c == '>') {
-      Get();
-      break;
-    }
-    if (c < 0) Fail("the end of the file inside tag '" + fnRawName + "'");
-    if (!blank) Fail("no blank before an attribute in tag '" + fnRawName + "'");
-    if (fnNumAttrs == fnAttrs.size()) fnAttrs.emplace_back();
-    Attr& attr = fnAttrs[fnNumAttrs];
-    ReadName(attr.name);
-    for (std::size_t i = 0; i < fnNumAttrs; ++i) {
-      if (fnAttrs[i].name == attr.name) Fail("attribute '" + attr.name + "' given twice");
-    }
-    SkipBlanks();
-    Expect('=', "an attribute without '='");
-    SkipBlanks();
-    int const quote = Get();
-    if (quote != '"' && quote != '\'') Fail("an attribute value without quotes");
-    attr.value.clear();
-    for (int v = Get(); v != quote; v = Get()) {
-      if (v < 0) Fail("the end of the file inside an attribute value");
-      if (v == '<') Fail("'<' inside an attribute value");
-      if (v == '&') {
-        ReadReference(attr.value);
-      } else if (IsBlank(v)) {
-        if (v == '\r' && Peek() == '\n') Get();
-        attr.value += ' ';  // XML normalises blanks in attribute values
-      } else {
-        Append(attr.value, v);
+    for (char const* p = fnPos;; p = Kept()) {
+      bool done = false;
+      Event event = kStart;
+      if (fnEnd - p >= 2) {
+        if (p[1] == '/') {
+          done = TryEndTag(p);
+          event = kEnd;
+        } else if (p[1] == '?' || p[1] == '!') {
+          done = TryMarkup(p);
+          event = kDone;  // nothing to report
+        } else {
+          done = TryStartTag(p);
+        }
       }
+      if (done) {
+        if (event != kDone) return event;
+        if (!fnText.empty()) return kText;  // a CDATA section
+        break;
+      }
+      if (!More(p)) Fail("the end of the file inside a tag");
     }
-    ++fnNumAttrs;
   }
-  fnOpen.push_back(fnRawName);
-  fnName = Local(fnRawName);
 }
 
-void XmlReader::ReadEndTag() {
-  ReadName(fnRawName);
-  SkipBlanks();
-  Expect('>', "an end tag without '>'");
-  if (fnOpen.empty() || fnOpen.back() != fnRawName) {
-    Fail("end tag '" + fnRawName + "' where " +
+bool XmlReader::TryStartTag(char const*& start) {
+  char const* const end = fnEnd;
+  char const* q = start + 1;
+  if (!IsNameStart(*q)) {
+    if (*q == 0) FailByte(0);
+    Fail("a name was expected after '<'");
+  }
+  while (q < end && IsNameChar(*q)) ++q;
+  if (q == end) return false;
+  std::string_view const name(start + 1, static_cast<std::size_t>(q - start - 1));
+  if (fnFinished) Fail("a second document element");
+  std::size_t count = 0;
+  bool empty = false;
+  for (;;) {
+    bool const blank = IsBlank(*q);
+    while (q < end && IsBlank(*q)) ++q;
+    if (q == end) return false;
+    if (*q == '/') {
+      if (q + 1 == end) return false;
+      if (q[1] != '>') Fail("'/' not followed by '>' in tag '" + std::string(name) + "'");
+      q += 2;
+      empty = true;
+      break;
+    }
+    if (*q == '>') {
+      ++q;
+      break;
+    }
+    if (!blank) Fail("no blank before an attribute in tag '" + std::string(name) + "'");
+    char const* n = q;
+    if (!IsNameStart(*n)) Fail("an attribute name was expected in tag '" + std::string(name) + "'");
+    while (q < end && IsNameChar(*q)) ++q;
+    if (q == end) return false;
+    std::string_view const attr(n, static_cast<std::size_t>(q - n));
+    while (q < end && IsBlank(*q)) ++q;
+    if (q == end) return false;
+    if (*q != '=') Fail("attribute '" + std::string(attr) + "' without '='");
+    ++q;
+    while (q < end && IsBlank(*q)) ++q;
+    if (q == end) return false;
+    char const quote = *q;
+    if (quote != '"' && quote != '\'') Fail("an attribute value without quotes");
+    char const* const v = ++q;
+    while (q < end && *q != quote) ++q;
+    if (q == end) return false;
+    std::string_view const raw(v, static_cast<std::size_t>(q - v));
+    ++q;
+    if (raw.find('<') != std::string_view::npos) Fail("'<' inside an attribute value");
+    for (std::size_t i = 0; i < count; ++i) {
+      if (fnAttrs[i].name == attr) Fail("attribute '" + std::string(attr) + "' given twice");
+    }
+    if (count == fnAttrs.size()) fnAttrs.emplace_back();
+    fnAttrs[count].name = attr;
+    if (raw.find_first_of("&\t\n\r") == std::string_view::npos) {
+      fnAttrs[count].value.assign(raw.data(), raw.size());
+    } else {
+      Decode(raw, fnAttrs[count].value, true);
+    }
+    ++count;
+  }
+  Consume(start, q);
+  fnPos = q;
+  fnNumAttrs = count;
+  fnSeenRoot = true;
+  fnOpen.emplace_back(name);
+  fnName = Local(name);
+  fnPendingEnd = empty;
+  return true;
+}
+
+bool XmlReader::TryEndTag(char const*& start) {
+  char const* const end = fnEnd;
+  char const* q = start + 2;
+  while (q < end && IsNameChar(*q)) ++q;
+  std::string_view const name(start + 2, static_cast<std::size_t>(q - start - 2));
+  while (q < end && IsBlank(*q)) ++q;
+  if (q == end) return false;
+  if (*q != '>' || name.empty()) Fail("an end tag without its name and '>'");
+  ++q;
+  if (fnOpen.empty() || fnOpen.back() != name) {
+    Fail("end tag '" + std::string(name) + "' where " +
          (fnOpen.empty() ? std::string("no element is open") : "'" + fnOpen.back() + "' is open"));
   }
+  Consume(start, q);
+  fnPos = q;
+  fnEndName = std::move(fnOpen.back());
   fnOpen.pop_back();
-  fnName = Local(fnRawName);
-  fnNumAttrs = 0;
+  fnName = Local(fnEndName);
   if (fnOpen.empty()) fnFinished = true;
+  return true;
 }
 
+// A declaration, processing instruction, comment, CDATA section (kept as
+// the next text) or DOCTYPE; false when its end is not in the window yet.
+bool XmlReader::TryMarkup(char const*& start) {
+  char const* const end = fnEnd;
+  fnText.clear();
+  char const* close = nullptr;
+  std::size_t const have = static_cast<std::size_t>(end - start);
+  auto const is = [&](char const* prefix) {
+    std::size_t const n = std::strlen(prefix);
+    return have >= n && std::memcmp(start, prefix, n) == 0;
+  };
+  if (start[1] == '?') {
+    close = Find(start + 2, end, "?>");
+    if (close == nullptr) return false;
+    close += 2;
+  } else if (have < 4 || (have < 9 && !is("<!--"))) {
+    if (fnEof) Fail("'<!' that starts no comment, CDATA section or DOCTYPE");
+    return false;
+  } else if (is("<!--")) {
+    close = Find(start + 4, end, "-->");
+    if (close == nullptr) return false;
+    close += 3;
+  } else if (is("<![CDATA[")) {
+    if (fnOpen.empty()) Fail("a CDATA section outside the document element");
+    close = Find(start + 9, end, "]]>");
+    if (close == nullptr) return false;
+    fnText.assign(start + 9, close);
+    close += 3;
+  } else if (is("<!DOCTYPE")) {
+    if (fnSeenRoot) Fail("a DOCTYPE after the document element");
+    char const* q = start + 9;
+    while (q < end && *q != '>') {
+      if (*q == '[') Fail("a DOCTYPE with an internal subset (entity declarations are not read)");
+      ++q;
+    }
+    if (q == end) return false;
+    close = q + 1;
+  } else {
+    Fail("'<!' that starts no comment, CDATA section or DOCTYPE");
+  }
+  Consume(start, close);
+  fnPos = close;
+  return true;
+}
+
+// Character data up to the next '<'; fnText stays empty when it is all
+// blanks.
 void XmlReader::ReadText() {
   fnText.clear();
-  for (int c = Peek(); c >= 0 && c != '<'; c = Peek()) {
-    c = Get();
-    if (c == '&') {
-      ReadReference(fnText);
-    } else if (c == '\r') {
-      if (Peek() == '\n') Get();
-      fnText += '\n';
-    } else {
-      Append(fnText, c);
-    }
+  // Blanks up to the next tag, the usual case, cost one pass.
+  std::size_t blanks = 0;  // from fnPos, which More may move
+  for (;;) {
+    char const* q = fnPos + blanks;
+    while (q < fnEnd && (*q == ' ' || *q == '\n' || *q == '\t' || *q == '\r')) ++q;
+    blanks = static_cast<std::size_t>(q - fnPos);
+    if (q < fnEnd || !More(fnPos)) break;
+  }
+  char const* const p = fnPos + blanks;
+  if (p == fnEnd || *p == '<') {
+    Consume(fnPos, p);
+    fnPos = p;
+    return;
+  }
+  char const* lt = nullptr;
+  for (;;) {
+    lt = static_cast<char const*>(std::memchr(fnPos, '<', static_cast<std::size_t>(fnEnd - fnPos)));
+    if (lt != nullptr || !More(fnPos)) break;
+  }
+  char const* const end = lt != nullptr ? lt : fnEnd;
+  std::string_view const raw(fnPos, static_cast<std::size_t>(end - fnPos));
+  Consume(fnPos, end);
+  fnPos = end;
+  if (fnOpen.empty()) {
+    if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
+    Fail("text after the document element");
+  }
+  if (raw.find_first_of("&\r") == std::string_view::npos) {
+    fnText.assign(raw.data(), raw.size());
+  } else {
+    Decode(raw, fnText, false);
   }
 }
 

@@ -1,6 +1,6 @@
 // A streaming reader of one XML document, for the PMML loader: start tags
 // with their attributes, end tags and character data, in document order,
-// each with the line it starts on. It keeps one block of the input and the
+// each with the line it starts on. It keeps one window of the input and the
 // current event, so memory does not grow with the document.
 //
 // It checks well-formedness as far as a PMML document needs (tags nest and
@@ -33,9 +33,11 @@ class XmlReader {
   Event Next();
 
   // Of the current kStart or kEnd: the element's name without its prefix.
+  // Valid until the next call of Next.
   std::string_view Name() const { return fnName; }
   // Of the current kStart: the value of the attribute called `name`
-  // (without prefix), references replaced; null when there is none.
+  // (without prefix), references replaced; null when there is none. Valid
+  // until the next call of Next.
   std::string const* Attribute(std::string_view name) const;
   // Of the current kText: the text, references replaced.
   std::string const& Text() const { return fnText; }
@@ -46,50 +48,44 @@ class XmlReader {
 
  private:
   struct Attr {
-    std::string name;
+    std::string_view name;
     std::string value;
   };
 
-  // Input: the buffer holds [fnPos, fnEnd) of unread bytes.
-  bool Fill();
-  int Peek() {
-    if (fnPos == fnEnd && !Fill()) return -1;
-    return static_cast<unsigned char>(*fnPos);
-  }
-  int Get();
-  void Expect(char c, char const* what);
-  bool StartsWith(char const* text);
-  void SkipBlanks();
-  void SkipUntil(char const* terminator, char const* what);
+  // The window [fnPos, fnEnd) of unread input. More moves the unread bytes
+  // from `keep` on to the front of the block and reads on; it returns
+  // whether anything was added (pointers into the window are then stale,
+  // callers re-read from `keep`'s new place, Kept()).
+  bool More(char const* keep);
+  char const* Kept() const { return fnPos; }
 
-  void SkipByteOrderMark();
-  void ReadName(std::string& into);
-  void ReadMarkup();
-  void ReadStartTag();
-  void ReadEndTag();
-  void ReadText();
-  void ReadReference(std::string& into);
-  void CheckUtf8(unsigned char lead);
-  void Append(std::string& into, int c);  // c as Get gave it
+  // Counts lines over bytes taken from the window, and checks they are
+  // UTF-8 text.
+  void Consume(char const* from, char const* to);
   [[noreturn]] void Fail(std::string const& what) const;
-  static std::string_view Local(std::string const& name);
+  void FailByte(unsigned char c) const;
+
+  bool TryStartTag(char const*& p);
+  bool TryEndTag(char const*& p);
+  bool TryMarkup(char const*& p);
+  void ReadText();
+  void Decode(std::string_view raw, std::string& into, bool attribute) const;
+  void SkipByteOrderMark();
 
   std::FILE* fnFile = nullptr;
   std::string fnBlock;  // file input only
   char const* fnPos = nullptr;
   char const* fnEnd = nullptr;
+  bool fnEof = false;
   long fnLine = 1;
-  char fnUtf8[3] = {};  // continuation bytes of the last sequence Get read
-  int fnUtf8Length = 0;
   long fnEventLine = 1;
 
-  Event fnEvent = kDone;
   bool fnStarted = false;
-  bool fnPendingEnd = false;  // an empty element's end comes next
+  bool fnPendingEnd = false;
   bool fnSeenRoot = false;
   bool fnFinished = false;
-  std::string fnRawName;
   std::string_view fnName;
+  std::string fnEndName;  // an empty element's name, for its kEnd
   std::vector<Attr> fnAttrs;
   std::size_t fnNumAttrs = 0;
   std::string fnText;
