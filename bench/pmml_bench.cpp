@@ -2,8 +2,8 @@
 // with one surrogate and class distributions on every node, as rpart writes
 // them), and scikit-learn's deep tree of the shared models (TREEOUT_MODELS
 // names their folder) beside pugixml parsing the same file alone. Counters:
-// nodes per second, and the peak memory the load adds per node (resident set,
-// measured once outside the timed loop).
+// nodes per second, and the peak heap the load adds per node (measured once,
+// outside the timed loop).
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +15,7 @@
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
 
+#include "bench/alloccount.h"
 #include "refhost/pmml/pmmlmodel.h"
 
 namespace {
@@ -78,27 +79,16 @@ std::string GeneratedDocument(int nodes) {
   return out.str();
 }
 
-// A line of /proc/self/status in bytes ("VmRSS", "VmHWM").
-double StatusBytes(char const* key) {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.compare(0, std::strlen(key), key) == 0) {
-      return std::stod(line.substr(std::strlen(key) + 1)) * 1024;
-    }
-  }
-  return 0;
-}
-
-// The resident memory that loading `path` adds at its peak.
+// The heap that loading `path` adds at its peak (operator new's bytes, as
+// the allocator rounds them).
 double PeakLoadBytes(std::string const& path) {
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak starts again from now
-  double const before = StatusBytes("VmRSS");
+  long const before = LiveBytes();
+  ResetPeakBytes();
   {
     refhost::PmmlModel model = refhost::LoadPmmlFile(path);
     benchmark::DoNotOptimize(model);
   }
-  return StatusBytes("VmHWM") - before;
+  return static_cast<double>(PeakBytes() - before);
 }
 
 void LoadFile(benchmark::State& state, std::string const& path) {
