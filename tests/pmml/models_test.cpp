@@ -68,6 +68,9 @@ ModelCase const kModels[] = {
      "prediction", "prob_"},
     {"sk_wine_class", "trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv",
      "trained/sk_wine_class/expected.csv", "node_id", "prediction", "prob_"},
+    {"sk_synth_deep_class", "trained/sk_synth_deep_class/model.pmml",
+     "trained/sk_synth_deep_class/data.csv", "trained/sk_synth_deep_class/expected.csv", "node_id",
+     "prediction", "prob_"},
 };
 
 std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
