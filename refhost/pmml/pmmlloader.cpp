@@ -477,16 +477,12 @@ class Loader : public NodeMaker {
     node.recordCount = fnNodes[frame.host->GetId()].recordCount;
     node.counts = frame.counts;
     bool const weighted = fnMissing == MissingStrategy::kWeightedConfidence;
-    bool const aggregate = fnMissing == MissingStrategy::kAggregateNodes;
     if (weighted && fnDepth > 0 && node.recordCount < 0) {
       frame.where.Fail("no recordCount, which missingValueStrategy 'weightedConfidence' needs");
     }
-    if (aggregate && fnClassification && !frame.anyDistribution) {
-      frame.where.Fail("no ScoreDistribution, which missingValueStrategy 'aggregateNodes' needs");
-    }
-    if (aggregate && !fnClassification && node.recordCount < 0) {
-      frame.where.Fail("no recordCount, which missingValueStrategy 'aggregateNodes' needs");
-    }
+    // aggregateNodes adds up the record counts of distributions (of scores
+    // weighted by record counts in a regression tree); a node without them
+    // adds nothing.
   }
 
   // Class statistics: the score's code and each code's probability, from

@@ -356,6 +356,35 @@ TEST(PmmlLoader, AddedNodesSpeakForTheirDocumentNode) {
   EXPECT_EQ(model.NodesFor("2").size(), 1u);
 }
 
+// What a record that stops at an inner node predicts, by the strategies:
+// with its primary predictor missing and otherwise; and whether the rule
+// text can give every record's score (a blend or a penalty it cannot).
+TEST(PmmlLoader, StopRulesFollowTheStrategies) {
+  struct StopCase {
+    char const* strategies;
+    bool whenMissing, otherwise, textLimited;
+  } const cases[] = {
+      {"", false, false, false},
+      {R"(noTrueChildStrategy="returnLastPrediction")", true, true, false},
+      {R"(missingValueStrategy="lastPrediction")", true, false, false},
+      {R"(missingValueStrategy="lastPrediction" missingValuePenalty="0.5")", true, false, true},
+      {R"(missingValueStrategy="nullPrediction" noTrueChildStrategy="returnLastPrediction")", false,
+       true, false},
+      {R"(missingValueStrategy="defaultChild" noTrueChildStrategy="returnLastPrediction")", true,
+       true, false},
+      {R"(missingValueStrategy="aggregateNodes" noTrueChildStrategy="returnLastPrediction")", false,
+       true, true},
+  };
+  for (StopCase const& c : cases) {
+    SCOPED_TRACE(c.strategies);
+    refhost::PmmlModel const model =
+        refhost::LoadPmml(Document(c.strategies, "", kLess10, kAtLeast10, ""));
+    EXPECT_EQ(model.GetStopRule().predictsWhenMissing, c.whenMissing);
+    EXPECT_EQ(model.GetStopRule().predictsOtherwise, c.otherwise);
+    EXPECT_EQ(model.TextLimit().empty(), !c.textLimited) << model.TextLimit();
+  }
+}
+
 struct ErrorCase {
   char const* what;
   std::vector<std::pair<std::string, std::string>> edits;  // on the base document
