@@ -97,6 +97,9 @@ void PrintNode(refhost::PmmlModel const& model, refhost::TreeNode const& node, i
 void PrintOutline(refhost::PmmlModel const& model, std::ostream& out) {
   out << "model " << (model.ModelName().empty() ? "(unnamed)" : model.ModelName()) << ", "
       << model.GetModel().GetTree().Size() << " nodes\n";
+  if (model.NumberedInOrder()) {
+    out << "nodes numbered in document order from 0 (the document's ids in brackets)\n";
+  }
   PrintNode(model, *model.GetModel().Root(), 0, "", out);
 }
 

@@ -17,13 +17,19 @@
 //    fields hold (an `or` over fields needs nothing more); when no class can
 //    be placed so, it branches on a field into added nodes, one per group of
 //    classes that leave the same outcomes, and goes on in each.
-// 4. A rule that leaves some values unplaced lets them fall to the next rule,
-//    which is how the host treats a missing value too; so a rule places a
-//    missing value only when it places every value, and a record stops only
-//    where the node's first field tells why (missing: the missing value
-//    strategy; present: no true child), so that what it predicts follows.
-// 5. A document child reached from two added nodes is copied with its
-//    subtree; every copy reports as its original.
+// 4. What the rule text can say bounds the rules: a record that a rule
+//    leaves falls to the next rule, as a missing value does; the text says
+//    so for a missing value and for a category the rule does not name, not
+//    for a number between a rule's ranges. So a rule on numbers places every
+//    number that reaches it, each child one range; a rule places a missing
+//    value only when it places every value (the host sends a value it leaves
+//    to the missing-value child); and a record stops only where the node's
+//    first field tells why (missing: the missing value strategy; present: no
+//    true child), so that what it predicts follows. Values whose records
+//    stop beside a placed missing value go to a stopper, an added node whose
+//    one split places nothing (its one child no record reaches).
+// 5. A document child reached from two places is copied with its subtree;
+//    every copy reports as its original.
 #include <algorithm>
 #include <cmath>
 #include <deque>

@@ -116,7 +116,6 @@ struct Fields {
   std::vector<FieldDef> defs;  // in variable order
   int target = -1;
   std::unordered_map<std::string, int> byName;
-  std::map<std::string, std::pair<Where, std::string>> derived;  // name -> element, source
   FieldDef const* Find(std::string const& name) const;
 };
 
