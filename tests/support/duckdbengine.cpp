@@ -1,11 +1,13 @@
 // DuckDB through the npm package @duckdb/node-api: one `node` process runs
-// duckdbengine.cjs and answers JSON requests, one a line, over a socket pair.
+// duckdbengine.cjs, which takes JSON requests and answers each in one line,
+// over a socket pair.
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "engines.h"
 #include "refhost/numbertext.h"
@@ -36,87 +38,19 @@ std::string JsonCell(Cell const& cell) {
   return "null";
 }
 
-// Reads what the script writes: arrays of null, numbers and strings.
-class JsonReader {
- public:
-  explicit JsonReader(std::string const& text) : fnText(text) {}
-
-  void Expect(char c) {
-    if (fnAt >= fnText.size() || fnText[fnAt] != c) Fail(std::string("expected ") + c);
-    ++fnAt;
-  }
-  bool Peek(char c) const { return fnAt < fnText.size() && fnText[fnAt] == c; }
-  bool Next(char c) {  // takes `c` when it comes next
-    return Peek(c) ? (++fnAt, true) : false;
-  }
-  std::string String() {
-    Expect('"');
-    std::string text;
-    while (fnAt < fnText.size() && fnText[fnAt] != '"') {
-      char c = fnText[fnAt++];
-      if (c == '\\') {
-        c = fnText.at(fnAt++);
-        if (c == 'u') {
-          AppendUtf8(std::strtoul(fnText.substr(fnAt, 4).c_str(), nullptr, 16), &text);
-          fnAt += 4;
-          continue;
-        }
-        c = c == 'n'   ? '\n'
-            : c == 't' ? '\t'
-            : c == 'r' ? '\r'
-            : c == 'b' ? '\b'
-            : c == 'f' ? '\f'
-                       : c;
-      }
-      text += c;
-    }
-    Expect('"');
-    return text;
-  }
-  Cell Value() {
-    if (fnText.compare(fnAt, 4, "null") == 0) return fnAt += 4, Cell();
-    if (fnAt < fnText.size() && fnText[fnAt] == '"') return String();
-    std::size_t const end = fnText.find_first_of(",]", fnAt);
-    std::optional<double> const number = refhost::ParseDouble(fnText.substr(fnAt, end - fnAt));
-    if (!number) Fail("expected a value");
-    fnAt = end;
-    return *number;
-  }
-  std::vector<Row> Rows() {
-    std::vector<Row> rows;
-    Expect('[');
-    while (!Next(']')) {
-      if (!rows.empty()) Expect(',');
-      rows.emplace_back();
-      Expect('[');
-      while (!Next(']')) {
-        if (!rows.back().empty()) Expect(',');
-        rows.back().push_back(Value());
-      }
-    }
-    return rows;
-  }
-
- private:
-  static void AppendUtf8(unsigned long code, std::string* text) {
-    if (code < 0x80) {
-      *text += static_cast<char>(code);
-    } else if (code < 0x800) {
-      *text += static_cast<char>(0xC0 | (code >> 6));
-      *text += static_cast<char>(0x80 | (code & 0x3F));
+// Percent-encoded text decoded.
+std::string Decoded(std::string const& text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%' && i + 2 < text.size()) {
+      decoded += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
     } else {
-      *text += static_cast<char>(0xE0 | (code >> 12));
-      *text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-      *text += static_cast<char>(0x80 | (code & 0x3F));
+      decoded += text[i];
     }
   }
-  [[noreturn]] void Fail(std::string const& what) const {
-    throw EngineError("DuckDB: " + what + " at " + std::to_string(fnAt) + " of: " + fnText);
-  }
-
-  std::string const& fnText;
-  std::size_t fnAt = 0;
-};
+  return decoded;
+}
 
 std::filesystem::path PackageFolder() {
   if (char const* dir = std::getenv("TREEOUT_DUCKDB_DIR")) return dir;
@@ -204,14 +138,33 @@ class DuckdbEngine : public Engine {
     return Answer(answer, what);
   }
 
-  // ["ok", rows] gives the rows, ["ok", version] none; ["error", message] throws.
+  // The rows of an answer line ("ok", then "R" before each row and a field
+  // per cell); an "error" line throws.
   static std::vector<Row> Answer(std::string const& line, std::string const& what) {
-    JsonReader reader(line);
-    reader.Expect('[');
-    std::string const status = reader.String();
-    reader.Expect(',');
-    if (status != "ok") throw EngineError("DuckDB: " + reader.String() + "\nin: " + what);
-    return reader.Peek('"') ? std::vector<Row>() : reader.Rows();
+    std::vector<std::string> fields;
+    std::stringstream in(line);
+    for (std::string field; std::getline(in, field, '\t');) fields.push_back(field);
+    if (fields.empty() || fields[0] != "ok") {
+      throw EngineError("DuckDB: " + Decoded(fields.size() > 1 ? fields[1] : line) +
+                        "\nin: " + what);
+    }
+    std::vector<Row> rows;
+    for (std::size_t i = 1; i < fields.size(); ++i) {
+      std::string const& f = fields[i];
+      std::optional<double> const number = refhost::ParseDouble(f.substr(1));
+      if (f == "R") {
+        rows.emplace_back();
+      } else if (!rows.empty() && f == "N") {
+        rows.back().emplace_back();
+      } else if (!rows.empty() && f[0] == 'S') {
+        rows.back().emplace_back(Decoded(f.substr(1)));
+      } else if (!rows.empty() && f[0] == 'D' && number) {
+        rows.back().emplace_back(*number);
+      } else {
+        throw EngineError("DuckDB: cannot read the answer: " + line);
+      }
+    }
+    return rows;
   }
 
   std::string ReadLine() {
