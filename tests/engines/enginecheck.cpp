@@ -75,6 +75,21 @@ Cell CellOf(mdt_800::Variant const& value, bool date) {
   }
 }
 
+// Whether every "prb_001 = NUMBER" of a script has six decimals, as "%f"
+// writes them; else probabilities are written exactly.
+bool SixDecimals(std::string const& script) {
+  std::string const set = "prb_001 = ";
+  bool any = false;
+  for (std::size_t at = script.find(set); at != std::string::npos; at = script.find(set, at + 1)) {
+    std::size_t const begin = at + set.size();
+    std::size_t const end = script.find_first_not_of("0123456789.", begin);
+    std::size_t const point = script.find('.', begin);
+    if (point == std::string::npos || point > end || end - point != 7) return false;
+    any = true;
+  }
+  return any;
+}
+
 Model Make(ModelFiles const& files, Options const& options) {
   Model model;
   model.name = files.name;
@@ -127,6 +142,7 @@ Model Make(ModelFiles const& files, Options const& options) {
   rules.push_back("--update");
   if (options.addColumns) rules.push_back("--add-columns");
   model.update = Tool(rules);
+  model.sixDecimals = SixDecimals(model.update);
   allText += model.update;
 
   for (mdt_800::Variable const& variable : variables) {
@@ -149,15 +165,15 @@ bool IsLeaf(Model const& model, std::string const& node) {
 }
 
 // Node, prediction and (for classification) probability as scoring gives
-// them. The text writes a probability exactly or with six decimals ("%f").
-bool Stamped(Row const& row, Score const& score, bool classification) {
+// them: the probability exactly, or rounded to six decimals where the script
+// writes it so.
+bool Stamped(Row const& row, Score const& score, Model const& model) {
   if (testsupport::CellText(row[0]) != score.node) return false;
-  if (classification) {
-    double const p = refhost::ParseDouble(score.probability).value_or(-1);
-    double const six = refhost::ParseDouble(refhost::PrintfText("%f", p)).value_or(-1);
+  if (model.classification) {
+    double p = refhost::ParseDouble(score.probability).value_or(-1);
+    if (model.sixDecimals) p = refhost::ParseDouble(refhost::PrintfText("%f", p)).value_or(-1);
     auto const* written = std::get_if<double>(&row[2]);
-    return testsupport::CellText(row[1]) == score.prediction && written &&
-           (*written == p || *written == six);
+    return testsupport::CellText(row[1]) == score.prediction && written && *written == p;
   }
   if (score.prediction.empty()) return std::holds_alternative<std::monostate>(row[1]);
   auto const* written = std::get_if<double>(&row[1]);
@@ -237,7 +253,7 @@ void CheckUpdateScript(Engine& engine, Model const& model) {
       ++innerStops;
       right = got == std::string(stamped[r].size() == 3 ? " NULL NULL NULL" : " NULL NULL");
     } else {
-      right = Stamped(stamped[r], score, model.classification);
+      right = Stamped(stamped[r], score, model);
     }
     if (!right) {
       wrong.push_back("record " + std::to_string(r + 1) + ":" + got + ", scored " + score.node +

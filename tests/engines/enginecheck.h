@@ -38,6 +38,7 @@ struct Model {
   std::vector<testsupport::Row> rows;        // one per record of the data
   std::vector<Score> scores;                 // one per record
   bool classification = false;
+  bool sixDecimals = false;             // the update script writes probabilities as "%f" does
   std::vector<std::string> leaves;      // node ids, in prefix order
   std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
   std::string update;                   // `treeout rules --update`, every leaf

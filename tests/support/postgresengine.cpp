@@ -99,14 +99,15 @@ class Cluster {
     }
   }
 
-  // A detached shell that waits for this process to end, then stops the
-  // server and removes the folder (nothing left to do after a normal end).
+  // A shell in its own session (so that killing this process group spares
+  // it) that waits for this process to end, then stops the server and
+  // removes the folder (nothing left to do after a normal end).
   void Watch() {
     std::string const script = "while kill -0 " + std::to_string(getpid()) +
                                " 2>/dev/null; do sleep 1; done; " + fnStop + "; rm -rf " +
                                ShellQuoted(fnDir.string());
     std::string const command =
-        "nohup sh -c " + ShellQuoted(script) + " >/dev/null 2>&1 </dev/null &";
+        "setsid -f sh -c " + ShellQuoted(script) + " >/dev/null 2>&1 </dev/null";
     if (std::system(command.c_str()) != 0) throw EngineUnavailable("cannot start: " + command);
   }
 
