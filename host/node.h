@@ -71,7 +71,7 @@ class NodeImp : public Node {
   // i at values[i], system-missing for a missing value). With `node` null: the
   // node where the record stops (a leaf, or an inner node that could not place
   // it). With `node` set: `node` when the record's path passes through it,
-  // else null. Allocates nothing. May throw.
+  // else null. May throw.
   NodeImp const* DropObservationThroughTree(double const* values, NodeImp const* node) const;
 
  protected:
