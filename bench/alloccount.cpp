@@ -14,10 +14,13 @@ namespace {
 std::atomic<long> gAllocations{0};
 std::atomic<long> gLive{0};
 std::atomic<long> gPeak{0};
+std::atomic<bool> gTrack{false};  // bytes are counted only while asked
 
 void Release(void* p) noexcept {
   if (p == nullptr) return;
-  gLive.fetch_sub(static_cast<long>(malloc_usable_size(p)), std::memory_order_relaxed);
+  if (gTrack.load(std::memory_order_relaxed)) {
+    gLive.fetch_sub(static_cast<long>(malloc_usable_size(p)), std::memory_order_relaxed);
+  }
   std::free(p);
 }
 }  // namespace
@@ -25,7 +28,11 @@ void Release(void* p) noexcept {
 long AllocationCount() { return gAllocations.load(std::memory_order_relaxed); }
 long LiveBytes() { return gLive.load(std::memory_order_relaxed); }
 long PeakBytes() { return gPeak.load(std::memory_order_relaxed); }
-void ResetPeakBytes() { gPeak.store(gLive.load(std::memory_order_relaxed)); }
+void TrackBytes(bool on) {
+  gLive.store(0);
+  gPeak.store(0);
+  gTrack.store(on);
+}
 
 void* operator new(std::size_t size) {
   gAllocations.fetch_add(1, std::memory_order_relaxed);

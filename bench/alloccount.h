@@ -5,8 +5,9 @@
 
 // Number of calls of operator new so far.
 long AllocationCount();
-// Bytes that operator new has handed out and that are not yet freed; the
-// most of them since ResetPeakBytes.
+// While tracking (from TrackBytes(true), which starts at zero): bytes that
+// operator new has handed out and that are not yet freed, and the most of
+// them. Tracking costs time; it is off unless asked.
+void TrackBytes(bool on);
 long LiveBytes();
 long PeakBytes();
-void ResetPeakBytes();

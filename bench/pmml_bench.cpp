@@ -82,13 +82,14 @@ std::string GeneratedDocument(int nodes) {
 // The heap that loading `path` adds at its peak (operator new's bytes, as
 // the allocator rounds them).
 double PeakLoadBytes(std::string const& path) {
-  long const before = LiveBytes();
-  ResetPeakBytes();
+  TrackBytes(true);
   {
     refhost::PmmlModel model = refhost::LoadPmmlFile(path);
     benchmark::DoNotOptimize(model);
   }
-  return static_cast<double>(PeakBytes() - before);
+  double const peak = static_cast<double>(PeakBytes());
+  TrackBytes(false);
+  return peak;
 }
 
 void LoadFile(benchmark::State& state, std::string const& path) {

@@ -312,17 +312,21 @@ bool XmlReader::TryStartTag(char const*& start) {
     char const quote = *q;
     if (quote != '"' && quote != '\'') Fail("an attribute value without quotes");
     char const* const v = ++q;
-    while (q < end && *q != quote) ++q;
+    bool plain = true;  // no reference, blank to normalise or '<'
+    for (; q < end && *q != quote; ++q) {
+      char const c = *q;
+      plain = plain && c != '&' && c != '<' && c != '\t' && c != '\n' && c != '\r';
+    }
     if (q == end) return false;
     std::string_view const raw(v, static_cast<std::size_t>(q - v));
     ++q;
-    if (raw.find('<') != std::string_view::npos) Fail("'<' inside an attribute value");
+    if (!plain && raw.find('<') != std::string_view::npos) Fail("'<' inside an attribute value");
     for (std::size_t i = 0; i < count; ++i) {
       if (fnAttrs[i].name == attr) Fail("attribute '" + std::string(attr) + "' given twice");
     }
     if (count == fnAttrs.size()) fnAttrs.emplace_back();
     fnAttrs[count].name = attr;
-    if (raw.find_first_of("&\t\n\r") == std::string_view::npos) {
+    if (plain) {
       fnAttrs[count].value.assign(raw.data(), raw.size());
     } else {
       Decode(raw, fnAttrs[count].value, true);
