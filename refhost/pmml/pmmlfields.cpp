@@ -219,7 +219,6 @@ FieldRef ResolveField(Fields const& fields, Derived const& derived, std::string 
   }
   FieldDef const& raw = *ref.field;
   if (raw.index == fields.target) at.Fail("field " + Quote(name) + " is the target");
-  ref.continuous = chain.empty() ? !raw.categorical : chain.front()->optype == "continuous";
   bool const numeric = raw.kind == PmmlField::kNumber || raw.boolean;
   for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
     std::string const& type = (*it)->dataType;

@@ -68,7 +68,6 @@ double ApplyCasts(std::vector<Cast> const& casts, double x);
 struct FieldRef {
   FieldDef const* field = nullptr;
   std::vector<Cast> casts;
-  bool continuous = false;  // the derived field's optype (for a raw field: its own)
 };
 
 // Numbers in a union of disjoint ranges, ascending.

@@ -122,8 +122,8 @@ class PmmlModel {
   // node's own id for a document node).
   unsigned int DocumentNode(unsigned int hostId) const;
   // The host nodes that an output number stands for, given as text ("7"):
-  // the document node and its copies, in prefix order; empty when no
-  // document node has that number.
+  // the document node, then its copies; empty when no document node has
+  // that number (an added test node answers to none).
   std::vector<tree_800::Node const*> NodesFor(std::string const& outputId) const;
   // The node's record count, if the document gives one.
   std::optional<double> RecordCount(unsigned int hostId) const;

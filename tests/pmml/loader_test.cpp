@@ -385,6 +385,48 @@ TEST(PmmlLoader, StopRulesFollowTheStrategies) {
   }
 }
 
+// A categorical field (and a target) that declares no values takes the
+// values the tree names, in the order it names them; the document is then
+// read twice, from text and from a file alike. A node without score or
+// distribution predicts nothing.
+TEST(PmmlLoader, CategoriesFromTheValuesTheTreeNames) {
+  std::string const text = R"(<PMML version="4.4"><DataDictionary>
+<DataField name="c" optype="categorical" dataType="string"/>
+<DataField name="y" optype="categorical" dataType="string"/>
+</DataDictionary><TreeModel functionName="classification"><MiningSchema>
+<MiningField name="c"/><MiningField name="y" usageType="target"/></MiningSchema>
+<Node id="1" score="no"><True/>
+<Node id="2" score="yes"><SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string">q p</Array></SimpleSetPredicate></Node>
+<Node id="3" score="maybe"><SimplePredicate field="c" operator="equal" value="r"/></Node>
+<Node id="4"><True/></Node>
+</Node></TreeModel></PMML>)";
+  std::string const path = ::testing::TempDir() + "/named.pmml";
+  std::ofstream(path) << text;
+  for (refhost::PmmlModel const& model : {refhost::LoadPmml(text), refhost::LoadPmmlFile(path)}) {
+    EXPECT_EQ(model.Fields()[0].categories, (std::vector<std::string>{"q", "p", "r"}));
+    EXPECT_EQ(model.Target().categories, (std::vector<std::string>{"no", "yes", "maybe"}));
+    treeout_cli::RecordReader const reader(model, {"c"});
+    treeout_cli::Scorer const scorer(model);
+    // p is named second; s is named nowhere, so it reads as missing and the
+    // True child takes it, which has no score.
+    for (auto const& [value, want] : std::vector<std::pair<std::string, std::string>>{
+             {"p", "2:yes"}, {"q", "2:yes"}, {"r", "3:maybe"}, {"s", "4:"}, {"", "4:"}}) {
+      treeout_cli::Score const score = scorer.ScoreRecord(reader.Make({value}, 1));
+      EXPECT_EQ(score.node + ":" + score.prediction.value_or(""), want) << value;
+    }
+  }
+  std::remove(path.c_str());
+}
+
+// `depth` and-compounds, one inside the other, around x < 10.
+std::string Nested(int depth) {
+  std::string text;
+  for (int i = 0; i < depth; ++i) text += R"(<CompoundPredicate booleanOperator="and"><True/>)";
+  text += kLess10;
+  for (int i = 0; i < depth; ++i) text += "</CompoundPredicate>";
+  return text;
+}
+
 struct ErrorCase {
   char const* what;
   std::vector<std::pair<std::string, std::string>> edits;  // on the base document
@@ -464,6 +506,13 @@ TEST(PmmlLoader, ErrorsNameElementLineAndFault) {
          R"(<LocalTransformations><DerivedField name="h" optype="continuous" dataType="double"><Apply function="*"><FieldRef field="x"/><Constant>2</Constant></Apply></DerivedField></LocalTransformations><MiningSchema>)"}},
        "Apply at line 11: Apply in DerivedField 'h' is not supported: a derived field may only be "
        "a FieldRef with a cast (dataType double, float or integer)"},
+      {"a FieldRef without field",
+       {{"<MiningSchema>",
+         R"(<LocalTransformations><DerivedField name="h" optype="continuous" dataType="double"><FieldRef/></DerivedField></LocalTransformations><MiningSchema>)"}},
+       "FieldRef at line 11: no field"},
+      {"a compound nested too deep",
+       {{kLess10, Nested(1001)}},
+       "CompoundPredicate at line 13: CompoundPredicate nested more than 1000 deep"},
       {"not well-formed",
        {{"</TreeModel>", "</Tree>"}},
        "not an XML document: end tag 'Tree' where 'TreeModel' is open at line 17"},

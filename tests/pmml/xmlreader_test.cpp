@@ -1,0 +1,144 @@
+// The loader's XML reader: the events of small documents, written compactly
+// ("<name a=v>" for a start with its attributes, "</name>", "'text'", each
+// with its line after '@'), and the exact message of each fault.
+#include <cstdio>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "refhost/pmml/pmmlmodel.h"
+#include "refhost/pmml/xmlreader.h"
+
+namespace {
+
+using refhost::pmml::XmlReader;
+
+std::string Events(std::string const& text, std::vector<std::string> const& attributes) {
+  XmlReader xml(text);
+  std::string out;
+  for (XmlReader::Event e = xml.Next(); e != XmlReader::kDone; e = xml.Next()) {
+    if (!out.empty()) out += ' ';
+    if (e == XmlReader::kStart) {
+      out += "<" + std::string(xml.Name());
+      for (std::string const& a : attributes) {
+        if (std::string const* v = xml.Attribute(a)) out += " " + a + "=" + *v;
+      }
+      out += ">";
+    } else if (e == XmlReader::kEnd) {
+      out += "</" + std::string(xml.Name()) + ">";
+    } else {
+      out += "'" + xml.Text() + "'";
+    }
+    out += "@" + std::to_string(xml.Line());
+  }
+  return out;
+}
+
+TEST(XmlReader, GivesTheDocumentsEvents) {
+  struct EventCase {
+    char const* what;
+    std::string text, events;
+  } const cases[] = {
+      {"declaration, comment, instruction, empty element",
+       "<?xml version=\"1.0\"?>\n<!-- a -- comment -->\n<a><?pi x?><b/></a>",
+       "<a>@3 <b>@3 </b>@3 </a>@3"},
+      {"a byte order mark and a DOCTYPE", "\xEF\xBB\xBF<!DOCTYPE a>\n<a/>", "<a>@2 </a>@2"},
+      {"prefixes dropped, attributes in either quote", "<p:a xmlns:p=\"u\" v='1' w=\"x'y\"></p:a>",
+       "<a v=1 w=x'y>@1 </a>@1"},
+      {"references, and blanks in values as spaces",
+       "<a v=\"&lt;&gt;&amp;&quot;&apos;&#65;&#x42;\" w=\"1\t2\n3\"/>",
+       "<a v=<>&\"'AB w=1 2 3>@1 </a>@1"},
+      {"text, blank text left out, CR LF as one line",
+       "<a>\r\n  <b> x &amp; y </b>\r\n<b>\n</b></a>",
+       "<a>@1 <b>@2 ' x & y '@2 </b>@2 <b>@3 </b>@4 </a>@4"},
+      {"CDATA as text", "<a><![CDATA[1 <2> 3]]></a>", "<a>@1 '1 <2> 3'@1 </a>@1"},
+      {"a tag over several lines", "<a\n v=\"1\"\n/>\n<!---->", "<a v=1>@1 </a>@1"},
+      {"UTF-8 in names and values", "<a v=\"\xC3\xA9\xE2\x82\xAC\"><\xC3\xA9/></a>",
+       "<a v=\xC3\xA9\xE2\x82\xAC>@1 <\xC3\xA9>@1 </\xC3\xA9>@1 </a>@1"},
+  };
+  for (EventCase const& c : cases) {
+    EXPECT_EQ(Events(c.text, {"v", "w"}), c.events) << c.what;
+  }
+}
+
+// A file is read in blocks of 64 KiB: a token that starts two bytes before a
+// block's end reads as one that does not.
+TEST(XmlReader, TokensAcrossBlockEnds) {
+  struct BlockCase {
+    std::string token, events;
+  } const cases[] = {
+      {"<!-- x -->", "<a>@1 </a>@1"},
+      {"<![CDATA[y]]>", "<a>@1 'y'@1 </a>@1"},
+      {"<?pi x?>", "<a>@1 </a>@1"},
+      {"<b v=\"12\"/>", "<a>@1 <b v=12>@1 </b>@1 </a>@1"},
+      {"x &amp; y", "<a>@1 'x & y'@1 </a>@1"},
+  };
+  std::string const path = ::testing::TempDir() + "/blocks.xml";
+  for (BlockCase const& c : cases) {
+    // The padding is an attribute's value, so no text comes before the token.
+    std::string const text = "<a p=\"" + std::string(65534 - 8, '.') + "\">" + c.token + "</a>";
+    std::ofstream(path, std::ios::binary) << text;
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    XmlReader xml(file);
+    std::string events;
+    for (XmlReader::Event e = xml.Next(); e != XmlReader::kDone; e = xml.Next()) {
+      if (!events.empty()) events += ' ';
+      if (e == XmlReader::kStart) {
+        events += "<" + std::string(xml.Name());
+        if (std::string const* v = xml.Attribute("v")) events += " v=" + *v;
+        events += ">";
+      } else {
+        events +=
+            e == XmlReader::kEnd ? "</" + std::string(xml.Name()) + ">" : "'" + xml.Text() + "'";
+      }
+      events += "@" + std::to_string(xml.Line());
+    }
+    std::fclose(file);
+    EXPECT_EQ(events, c.events) << c.token;
+  }
+  std::remove(path.c_str());
+}
+
+TEST(XmlReader, NamesEachFaultAndItsLine) {
+  struct FaultCase {
+    std::string text, message;
+  } const cases[] = {
+      {"", "not an XML document: it holds no element"},
+      {"just text", "not an XML document: it holds no element"},
+      {"<a>\n</b>", "not an XML document: end tag 'b' where 'a' is open at line 2"},
+      {"<a>", "not an XML document: the end of the file inside element 'a' at line 1"},
+      {"<a v=1/>", "not an XML document: an attribute value without quotes at line 1"},
+      {"<a v=\"1\" v=\"2\"/>", "not an XML document: attribute 'v' given twice at line 1"},
+      {"<a v=\"1\"w=\"2\"/>",
+       "not an XML document: no blank before an attribute in tag 'a' at line 1"},
+      {"<a v=\"<\"/>", "not an XML document: '<' inside an attribute value at line 1"},
+      {"<a v=\"&nbsp;\"/>", "not an XML document: an unknown entity '&nbsp;' at line 1"},
+      {"<a v=\"&#0;\"/>",
+       "not an XML document: a character reference '&#0;' to no character at line 1"},
+      {"<a/>\n<b/>", "not an XML document: a second document element at line 2"},
+      {"<a/>\ntext", "not an XML document: text after the document element at line 2"},
+      {"<!DOCTYPE a [<!ENTITY e \"x\">]><a/>",
+       "not an XML document: a DOCTYPE with an internal subset (entity declarations are not read) "
+       "at line 1"},
+      {"<a>\n<!-- open", "not an XML document: the end of the file inside a tag at line 2"},
+      {"<a>\n\xFF</a>",
+       "not an XML document: a byte that is not UTF-8: the file is not UTF-8 text at line 2"},
+      {std::string("<a>\0</a>", 8),
+       "not an XML document: the file holds a NUL byte: it is not UTF-8 text (UTF-16 or binary?) "
+       "at line 1"},
+      {"\xFF\xFE<\0a\0", "the file is not UTF-8 text: it starts with a UTF-16 byte order mark"},
+  };
+  for (FaultCase const& c : cases) {
+    try {
+      XmlReader xml(c.text);
+      while (xml.Next() != XmlReader::kDone) {
+      }
+      ADD_FAILURE() << "read: " << c.text;
+    } catch (refhost::PmmlError const& e) {
+      EXPECT_EQ(e.what(), c.message) << c.text;
+    }
+  }
+}
+
+}  // namespace
