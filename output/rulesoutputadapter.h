@@ -78,7 +78,8 @@ class TREEOUT_EXPORT RulesOutputAdapter {
                                      std::string name) const;
   // The node's prediction as a literal: the predicted value of a regression
   // node (a date quoted when `quoted`), else the predicted category's decoded
-  // value (strings and dates always in single quotes). "" when it cannot be
+  // value (strings, an inner quote doubled, and dates always in single
+  // quotes). "" when it cannot be
   // written as one literal. Tolerates null metadata.
   std::string GetPredictionAsString(tree_800::Node const* node, bool quoted) const;
 

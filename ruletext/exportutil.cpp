@@ -94,4 +94,18 @@ void WrapExpression(std::string& text, CharID id, int count) {
   RightPadding(text, id, count);
 }
 
+void QuoteLiteral(std::string& text, CharID quote) {
+  const std::string mark = StringFromID(quote);
+  if (mark.size() == 1 && text.find(mark[0]) != std::string::npos) {
+    std::string doubled;
+    doubled.reserve(text.size() + 8);
+    for (char c : text) {
+      doubled += c;
+      if (c == mark[0]) doubled += c;
+    }
+    text = std::move(doubled);
+  }
+  WrapExpression(text, quote, 1);
+}
+
 }  // namespace ExportUtil

@@ -6,7 +6,8 @@
 // admits system-missing and user-missing values, joined by OR. In label edge
 // mode the child's codes are listed after one comparison, separated by
 // commas. Each code is decoded into its values; a variable without encoder
-// uses the code itself.
+// uses the code itself. A child whose list would be empty gets a condition
+// that says what it takes: nothing, or (complement form) every record.
 #include <map>
 #include <memory>
 
@@ -96,31 +97,41 @@ std::string RuleExportManager::NominalSplitRule_Export(const tree_800::SplitRule
   // the caller's flag.
   if (labelMode) includeMissing = false;
 
+  // Comparisons are joined one by one, so a code that decodes to several
+  // values (or to none) leaves no dangling joiner.
   std::string result;
-  bool selectedBefore = false;
+  bool written = false;
   for (const auto& [code, owner] : categories) {
     if (includeMissing ? owner == child : owner != child) continue;
-    if (selectedBefore && !labelMode) result += joiner;
-    selectedBefore = true;
     const mdt_800::EncodingSets decoded =
         encoder != nullptr ? encoder->Decode(code) : GetEncodingSetList(code);
     for (const auto& set : decoded.GetEncodingSetList()) {
       for (const mdt_800::EncodingItem& item : set->GetItems()) {
         const mdt_800::Variant& value = item.GetValue();
-        if (labelMode && !result.empty()) {
+        if (labelMode && written) {
           result += RulesStr[RS_COMMA];
           result += ExportValue(variable, value, variable.GetValueLabel(value), options);
         } else {
+          if (written) result += joiner;
           result += ExportVariableValuePair(variable, options, comparator, value, PREFIX_DEFAULT);
         }
-        if (!prefix.empty()) {
-          result = prefix + orText + result;
-          prefix.clear();
-        }
+        written = true;
       }
     }
   }
-  if (!categories.empty()) ExportUtil::WrapExpression(result, ExportUtil::CH_BRACKETS, 1);
+  if (written) {
+    if (!prefix.empty()) result = prefix + orText + result;
+  } else if (includeMissing) {
+    // No other child names a category: the child takes missing values and
+    // every value.
+    result = prefix.empty() ? ExportConstant(true, options)
+                            : prefix + orText + ExportConstant(true, options);
+  } else if (!prefix.empty()) {
+    result = prefix;  // the label form of a child with missing values alone
+  } else {
+    result = ExportConstant(false, options);  // no value reaches the child
+  }
+  ExportUtil::WrapExpression(result, ExportUtil::CH_BRACKETS, 1);
   return result;
 }
 
