@@ -144,7 +144,9 @@ int RuleExportManager::ExportIntervals(const tree_800::SplitRule& rule, std::str
     ++count;
   }
   if (writeChild) {
-    const std::string text = ExportInterval(variable, options, childRange, includeMissing);
+    std::string text = ExportInterval(variable, options, childRange, includeMissing);
+    // An unbounded range takes every value; with missing values too, every record.
+    if (text.empty() && includeMissing) text = ExportConstant(true, options);
     if (!text.empty()) {
       if (count > 0) out += orText;
       out += text;
