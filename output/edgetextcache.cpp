@@ -33,16 +33,4 @@ EdgeTextCache::Key EdgeTextCache::MakeKey(tree_800::Node const* node, int childI
              options.fnNumberFormat};
 }
 
-std::string const* EdgeTextCache::Find(tree_800::Node const* node, int childIndex,
-                                       RuleExportOptions const& options) const {
-  auto const found = fnTexts.find(MakeKey(node, childIndex, options));
-  return found == fnTexts.end() ? nullptr : &found->second;
-}
-
-std::string const& EdgeTextCache::Insert(tree_800::Node const* node, int childIndex,
-                                         RuleExportOptions const& options, std::string text) {
-  return fnTexts.insert_or_assign(MakeKey(node, childIndex, options), std::move(text))
-      .first->second;
-}
-
 }  // namespace TreeOut_800

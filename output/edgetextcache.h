@@ -14,13 +14,19 @@ namespace TreeOut_800 {
 
 class EdgeTextCache {
  public:
-  // The text stored for the edge under these options, or null.
-  std::string const* Find(tree_800::Node const* node, int childIndex,
-                          RuleExportOptions const& options) const;
-  // Stores `text` for the edge under these options and returns the stored
-  // text, which stays at its address as long as the cache lives.
-  std::string const& Insert(tree_800::Node const* node, int childIndex,
-                            RuleExportOptions const& options, std::string text);
+  // The text stored for the edge under these options; when there is none,
+  // `make()` is stored first. One lookup either way; an exception from
+  // `make` leaves nothing stored.
+  template <typename Make>
+  std::string const& Get(tree_800::Node const* node, int childIndex,
+                         RuleExportOptions const& options, Make&& make) {
+    auto const [entry, fresh] = fnTexts.try_emplace(MakeKey(node, childIndex, options));
+    if (!fresh) return entry->second;
+    EraseUnlessKept undo{fnTexts, entry};
+    entry->second = make();
+    undo.keep = true;
+    return entry->second;
+  }
 
  private:
   // The edge and every option that changes an edge's text; the update mode
@@ -35,8 +41,18 @@ class EdgeTextCache {
     std::size_t operator()(Key const& key) const;
   };
   static Key MakeKey(tree_800::Node const* node, int childIndex, RuleExportOptions const& options);
+  using Map = std::unordered_map<Key, std::string, KeyHash>;
+  // Removes a new entry whose text could not be made.
+  struct EraseUnlessKept {
+    Map& map;
+    Map::iterator entry;
+    bool keep = false;
+    ~EraseUnlessKept() {
+      if (!keep) map.erase(entry);
+    }
+  };
 
-  std::unordered_map<Key, std::string, KeyHash> fnTexts;
+  Map fnTexts;
 };
 
 }  // namespace TreeOut_800

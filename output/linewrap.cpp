@@ -37,8 +37,9 @@ struct FreeDeleter {
 };
 using CBuffer = std::unique_ptr<char, FreeDeleter>;
 
-bool IsSeparator(char c) { return c != '\0' && SEPARATORS.find(c) != std::string::npos; }
-bool IsQuote(char c) { return c != '\0' && QUOTES.find(c) != std::string::npos; }
+// Each character of the text is tested, so by comparison rather than a search.
+bool IsSeparator(char c) { return c == SEPARATORS[0] || c == SEPARATORS[1] || c == SEPARATORS[2]; }
+bool IsQuote(char c) { return c == QUOTES[0] || c == QUOTES[1]; }
 bool IsBlankOrTab(char c) { return c == ' ' || c == '\t'; }
 bool IsBreakChar(char c) { return c != '\0' && std::strchr(" \t/+*-,()", c) != nullptr; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }

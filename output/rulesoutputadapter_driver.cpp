@@ -126,13 +126,13 @@ std::string RulesOutputAdapter::ExportEdge(RuleExportOptions const& options,
 
 std::string const& RulesOutputAdapter::EdgeText(RuleExportOptions const& options,
                                                 tree_800::Node const* node, int childIndex) const {
-  if (std::string const* known = fnEdgeTexts->Find(node, childIndex, options)) return *known;
-  std::unique_ptr<AttemptChain>& cached = fnAttemptChains[node];
-  // A host exception while building leaves a null entry, which the next call builds again.
-  if (!cached) cached.reset(fnExportManager->BuildAttemptChain(*node));
-  cached->SetExportTarget(childIndex);
-  // Stored only once made: an exception leaves no entry behind.
-  return fnEdgeTexts->Insert(node, childIndex, options, cached->Export(options, *fnMetadata));
+  return fnEdgeTexts->Get(node, childIndex, options, [&] {
+    std::unique_ptr<AttemptChain>& cached = fnAttemptChains[node];
+    // A host exception while building leaves a null entry, which the next call builds again.
+    if (!cached) cached.reset(fnExportManager->BuildAttemptChain(*node));
+    cached->SetExportTarget(childIndex);
+    return cached->Export(options, *fnMetadata);
+  });
 }
 
 }  // namespace TreeOut_800

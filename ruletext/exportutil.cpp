@@ -89,7 +89,15 @@ void RightPadding(std::string& text, CharID id, int count) {
 }
 
 void WrapExpression(std::string& text, CharID id, int count) {
-  // Enclosing count times in one mark is the same as padding each side count times.
+  // Enclosing count times in one mark is the same as padding each side count
+  // times. Once, the usual case, needs no repeated pad.
+  if (count == 1) {
+    const std::string left = Mark(id, CH_LEFT_PAREN);
+    if (left.empty()) return;
+    text.insert(0, left);
+    text += Mark(id, CH_RIGHT_PAREN);
+    return;
+  }
   LeftPadding(text, id, count);
   RightPadding(text, id, count);
 }

@@ -2,10 +2,14 @@
 // of the tree sends a record to a given child, in the dialect of the options.
 // It keeps the tree and the metadata's variable sequence, not owned; both must
 // outlive it. Everything it obtains from the host is released within the call
-// that obtained it; host exceptions pass through. All operations are const.
+// that obtained it; host exceptions pass through. All operations are const;
+// the values of category codes are kept once decoded, so one translator is
+// used by one thread at a time.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/encoding.h"
@@ -158,8 +162,14 @@ class RuleExportManager {
   std::string ExportUnplacedValues(const tree_800::SplitRule& rule,
                                    const RuleExportOptions& options, int* count) const;
 
+  // The values that category `code` of the predictor at `predictor` stands
+  // for, in stored order: decoded on first use, then kept.
+  const std::vector<mdt_800::Variant>& CategoryValues(int predictor, int code) const;
+
   const tree_800::TreeAlgorithmBase* fnTree;
   const std::vector<mdt_800::Variable>* fnVariables;
+  // Decoded category values by predictor index (high half) and code.
+  mutable std::unordered_map<std::uint64_t, std::vector<mdt_800::Variant>> fnCategoryValues;
 };
 
 }  // namespace TreeOut_800
