@@ -62,9 +62,13 @@ std::string AttemptChain::Export(const RuleExportOptions& options,
   std::string result = fnManager->SplitRule_Export(*fnLinks[n - 1], target, last, options);
   for (std::size_t i = n - 1; i-- > 0;) {
     const tree_800::SplitRule& link = *fnLinks[i];
-    std::string text = fnManager->SplitRule_Export(link, target, TARGET_OR_LINK, options);
+    const std::string own = fnManager->SplitRule_Export(link, target, TARGET_OR_LINK, options);
+    const std::string handOn = fnManager->SplitRule_Export(link, target, TARGET_AND_LINK, options);
+    std::string text;
+    text.reserve(own.size() + handOn.size() + result.size() + 16);  // with brackets: one allocation
+    text += own;
     text += RuleConnectorOR::Export(options);
-    text += fnManager->SplitRule_Export(link, target, TARGET_AND_LINK, options);
+    text += handOn;
     text += RuleConnectorAND::Export(options);
     text += result;
     ExportUtil::WrapExpression(text, ExportUtil::CH_BRACKETS, 1);

@@ -122,9 +122,14 @@ std::string RuleExportManager::ExportVariableValuePair(const mdt_800::Variable& 
                                                        const std::string& operatorText,
                                                        const mdt_800::Variant& value,
                                                        PrefixOperator op) const {
-  std::string text = ExportPrefixedName(variable, options, op);
+  const std::string name = ExportPrefixedName(variable, options, op);
+  const std::string valueText =
+      ExportValue(variable, value, variable.GetValueLabel(value), options);
+  std::string text;
+  text.reserve(name.size() + operatorText.size() + valueText.size());
+  text += name;
   text += operatorText;
-  text += ExportValue(variable, value, variable.GetValueLabel(value), options);
+  text += valueText;
   return text;
 }
 
@@ -137,6 +142,7 @@ std::string RuleExportManager::ExportInterval(const mdt_800::Variable& variable,
                                               const Interval& interval, bool includeMissing) const {
   const PrefixOperator op = includeMissing ? PREFIX_VALUE : PREFIX_DEFAULT;
   std::string text;
+  text.reserve(96);  // two comparisons in one allocation
   if (interval.IsBoundedLeft()) {
     const std::string comparison =
         interval.IsOpenLeft() ? RuleConnectorGT::Export(options) : RuleConnectorGE::Export(options);

@@ -132,6 +132,7 @@ std::string RuleExportManager::NominalSplitRule_Export(const tree_800::SplitRule
   // Comparisons are joined one by one, so a code that decodes to several
   // values (or to none) leaves no dangling joiner.
   std::string result;
+  result.reserve(128);  // the usual text in one allocation
   bool written = false;
   for (const auto& [code, owner] : categories) {
     if (includeMissing ? owner == child : owner != child) continue;

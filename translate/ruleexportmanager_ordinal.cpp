@@ -52,6 +52,7 @@ std::string RuleExportManager::ExportOrdinalClauses(const tree_800::SplitRule& r
   const std::string joiner =
       includeMissing ? RuleConnectorOR::Export(options) : RuleConnectorAND::Export(options);
   std::string result;
+  result.reserve(128);  // the usual text in one allocation
   std::string text;
   int count = 0;
 

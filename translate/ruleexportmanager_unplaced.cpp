@@ -112,11 +112,10 @@ std::vector<Span> Gaps(std::vector<Span> spans) {
 std::string RuleExportManager::ExportUnplacedValues(const tree_800::SplitRule& rule,
                                                     const RuleExportOptions& options,
                                                     int* count) const {
-  std::vector<std::unique_ptr<tree_800::ValueSet>> sets;
   std::vector<Span> spans;
   const int children = rule.GetNumChildren();
   for (int c = 0; c < children; ++c) {
-    std::unique_ptr<tree_800::ValueSet> values(rule.GetMappedValues(c));
+    const std::unique_ptr<tree_800::ValueSet> values(rule.GetMappedValues(c));
     if (!values || values->IsEmpty()) continue;
     const auto* range = dynamic_cast<const tree_800::OValueSet*>(values.get());
     if (range == nullptr) return std::string();  // not ranges: nothing to say here
@@ -128,7 +127,6 @@ std::string RuleExportManager::ExportUnplacedValues(const tree_800::SplitRule& r
     span.upper = range->GetUpperBound();
     span.upperOpen = range->IsUpperOpen();
     spans.push_back(span);
-    sets.push_back(std::move(values));
   }
   const mdt_800::Variable& variable = Predictor(rule);
   const mdt_800::Encoder* encoder = variable.GetEncoding();
@@ -138,8 +136,8 @@ std::string RuleExportManager::ExportUnplacedValues(const tree_800::SplitRule& r
     // child holds is a gap, written as the range from the code before it.
     Span gap;
     for (int code : categories->EncodedValues()) {
-      const bool placed = std::any_of(sets.begin(), sets.end(), [code](const auto& set) {
-        return set->Contains(static_cast<double>(code));
+      const bool placed = std::any_of(spans.begin(), spans.end(), [code](const Span& span) {
+        return SpanSet(span).Contains(static_cast<double>(code));
       });
       if (!placed) {
         gap.hasUpper = true;
