@@ -100,8 +100,9 @@ class TREEOUT_EXPORT RulesOutputAdapter {
 
  private:
   // The cached text of an edge, made through the node's chain when missing.
-  std::string const& EdgeText(RuleExportOptions const& options, tree_800::Node const* node,
-                              int childIndex) const;
+  // Internal: not exported from the shared library.
+  __attribute__((visibility("hidden"))) std::string const& EdgeText(
+      RuleExportOptions const& options, tree_800::Node const* node, int childIndex) const;
 
   tree_800::TreeAlgorithmBase const* fnTree;
   mdt_800::ModelMetadata const* fnMetadata;

@@ -256,99 +256,10 @@ std::string CheckLines(std::string const& text, std::string const& wrapped, unsi
   return "";
 }
 
-// VELD-like text: words, numbers with periods, operators, quoted strings with
-// doubled quotes, and now and then a long run without breaks.
-std::string Generate(std::mt19937& random, std::size_t approxLength) {
-  auto pick = [&](unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(random); };
-  auto word = [&](std::size_t length) {
-    static char const kLetters[] =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$";
-    std::string word;
-    while (word.size() < length) word += kLetters[pick(sizeof kLetters - 1)];
-    return word;
-  };
-  auto op = [&] {
-    static char const* const kOperators[] = {"EQ", "NE", "=", "<>", "+",  "-",  "*",  "/",  "**",
-                                             "(",  ")",  ",", "&",  "/*", "*/", "&*", "OR", "AND"};
-    return std::string(kOperators[pick(sizeof kOperators / sizeof *kOperators)]);
-  };
-  auto quoted = [&](bool isLong) {
-    char const quote = pick(2) ? '\'' : '"';
-    std::string text(1, quote);
-    for (std::size_t parts = pick(6); isLong ? text.size() < 300 : parts-- > 0;) {
-      switch (pick(5)) {
-        case 0:  // never more than three quotes in a row
-          text += std::string(2, quote) + word(1 + pick(3));
-          break;
-        case 1:
-          text += quote == '\'' ? '"' : '\'';
-          break;
-        case 2:
-          text += isLong ? word(1 + pick(30)) : op();
-          break;
-        default:
-          text += word(1 + pick(isLong ? 30 : 10));
-      }
-      if (!isLong && pick(2)) text += ' ';
-    }
-    return text + quote;
-  };
-  std::string text;
-  while (text.size() < approxLength) {
-    switch (pick(10)) {
-      case 0:
-      case 1:
-        text += word(1 + pick(12));
-        break;
-      case 2:
-        text += word(1 + pick(4)) + (pick(2) ? "." : ".5");
-        break;
-      case 3:
-        text += op();
-        break;
-      case 4:
-        text += quoted(false);
-        break;
-      case 5:
-        text += pick(8) != 0 ? word(2 + pick(6)) : pick(2) ? word(200 + pick(400)) : quoted(true);
-        break;
-      default:
-        text += op() + word(1 + pick(8));
-    }
-    text += pick(6) == 0 ? "\t" : pick(4) == 0 ? "  " : pick(5) == 0 ? "" : " ";
-  }
-  return text;
-}
-
-TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
-  struct Case {
-    unsigned long width;
-    std::size_t length;
-    int count;
-  };
-  const Case kCases[] = {{256, 3000, 300}, {40, 600, 1000}, {12, 200, 2000}};
-  unsigned seed = 1;
-  long stringCuts = 0;  // lines closed with a quote and "+", to show the texts reach that case
-  for (Case const& c : kCases) {
-    std::mt19937 random(seed++);
-    for (int i = 0; i < c.count; ++i) {
-      std::string const text = Generate(random, c.length);
-      std::string const wrapped = WrapString(text, c.width);
-      ASSERT_EQ(CheckLines(text, wrapped, c.width), "")
-          << "width " << c.width << ", text «" << text << "»\nwrapped:\n"
-          << wrapped;
-      for (std::string const& line : Lines(wrapped)) {
-        std::size_t const n = line.size();
-        stringCuts += n >= 2 && line[n - 1] == '+' && IsQuoteChar(line[n - 2]);
-      }
-    }
-  }
-  EXPECT_GT(stringCuts, 1000);
-}
-
 // A VELD filter statement as the library writes it: conditions over names of
-// up to `maxName` characters, numbers with exponents, and strings with
-// doubled quotes, now and then a long string or a run of quotes only.
+// up to `maxName` characters, numbers with exponents (or ending in a period),
+// arithmetic, and strings with doubled quotes, now and then a long string or
+// a run of quotes only.
 std::string VeldStatement(std::mt19937& random, std::size_t maxName) {
   auto pick = [&](unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(random); };
   auto digits = [&](unsigned n) {
@@ -367,10 +278,12 @@ std::string VeldStatement(std::mt19937& random, std::size_t maxName) {
     return text;
   };
   auto number = [&] {
-    switch (pick(4)) {
+    switch (pick(5)) {
       case 0:
         return std::string(pick(2) ? "-" : "") + digits(1 + pick(3));
       case 1:
+        return digits(1 + pick(3)) + ".";
+      case 2:
         return digits(1 + pick(2)) + "." + digits(1 + pick(6));
       default:  // 16 or 17 significant digits need an exponent
         return std::string(pick(2) ? "-" : "") + digits(1) + "." + digits(15 + pick(2)) + "e" +
@@ -394,7 +307,11 @@ std::string VeldStatement(std::mt19937& random, std::size_t maxName) {
   };
   auto clause = [&]() -> std::string {
     static char const* const kCompare[] = {" EQ ", " NE ", " GT ", " GE ", " LT ", " LE "};
-    switch (pick(5)) {
+    static char const* const kArithmetic[] = {" * ", "*", " / ", "/", " + ", " - ", " ** ", "**"};
+    switch (pick(6)) {
+      case 5:
+        return "(" + name() + kArithmetic[pick(8)] + number() + kArithmetic[pick(8)] + name() +
+               ")" + kCompare[pick(6)] + number();
       case 0:
         return "SYSMIS(" + name() + ")";
       case 1:

@@ -143,14 +143,6 @@ const Probes kThree = {{"north", "east", "unknown", kNull, "mars"},
                        {kNull, 50.0, 60.0, 99.0},
                        {"S", "L", kNull, "XXL"}};
 const double kCut = refhost::DateNumberFromIso("2000-01-01");
-// x split into (-inf, 10), [20, 30) and nothing else: values in between and
-// above go where missing values go.
-N& Gappy(B& b) {
-  return b.Node(0)
-      .SplitRanges(b.Scale("x"), {Range::Below(10), Range::Between(20, false, 30, true)})
-      .Children({1, 2});
-}
-const Probes kGappy = {{kNull, -1.0, 9.99, 10.0, 15.0, 20.0, 25.0, 30.0, 40.0}};
 // Cuts whose exact text needs 17 digits, the smallest positive normal-ish
 // 1e-300 and the low value; records on each cut and one step to either side.
 const double kLow = std::nextafter(-std::numeric_limits<double>::max(), 0.0);
@@ -177,46 +169,6 @@ TEST(SqlCheck, ChildTextsSelectWhatTheHostRoutes) {
       {"strings, default child", [](B& b) { Regions3(b).DefaultChild(1); }, kStrings},
       {"codes", [](B& b) { Zone(b); }, kZones},
       {"codes, missing child", [](B& b) { Zone(b).MissingChild(0); }, kZones},
-      // Single children, children no value reaches and values no child takes
-      // (the random trees of the whole-path check have more of these).
-      {"one child, also the default child",
-       [](B& b) {
-         b.Node(0)
-             .SplitCodes(b.Nominal("zone").Missing({9.0}), {{1, 2}})
-             .Children({1})
-             .DefaultChild(0);
-       },
-       kZones},
-      {"a default child without codes",
-       [](B& b) {
-         b.Node(0)
-             .SplitCodes(b.Nominal("zone"), {{1}, {}, {3}})
-             .Children({1, 2, 3})
-             .DefaultChild(1);
-       },
-       kZones},
-      {"ranges with gaps, surrogate",
-       [](B& b) {
-         Gappy(b).Surrogate(Split::Codes(b.Nominal("zone"), {{1, 2}, {3}})).DefaultChild(0);
-       },
-       {kGappy[0], {kNull, 1.0, 3.0, 4.0}}},
-      {"a range no value reaches",
-       [](B& b) {
-         b.Node(0)
-             .SplitRanges(b.Scale("x").Missing({99.0}),
-                          {Range::AtMost(10), Range::Between(0, true, 0, false), Range::Above(10)})
-             .Children({1, 2, 3});
-       },
-       {{kNull, 0.0, 10.0, 11.0, 99.0}}},
-      {"encoded ranges with gaps, default child",
-       [](B& b) {
-         b.Node(0)
-             .SplitRanges(b.Scale("x").Missing({99.0}),
-                          {Range::Between(0, true, 10, false), Range::Above(20)})
-             .Children({1, 2})
-             .DefaultChild(0);
-       },
-       {{kNull, -5.0, 0.0, 5.0, 10.0, 15.0, 20.0, 25.0, 99.0}}},
       {"quotes inside values",
        [](B& b) {
          b.Node(0)
