@@ -118,7 +118,6 @@ std::string RuleExportManager::NominalSplitRule_Export(const tree_800::SplitRule
   const std::string comparator = includeMissing && !labelMode ? RuleConnectorNE::Export(options)
                                                               : RuleConnectorEQ::Export(options);
   const mdt_800::Variable& variable = Predictor(rule);
-  const mdt_800::Encoder* encoder = variable.GetEncoding();
 
   std::string prefix;
   if (includeMissing && options.fnDialect != DIALECT_GENERIC) {
