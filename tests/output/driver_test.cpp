@@ -12,8 +12,8 @@
 #include "output/linewrap.h"
 #include "outputmodels.h"
 #include "refhost/builder.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "tests/support/faults.h"
+#include "tests/support/objectcounts.h"
 
 namespace {
 
