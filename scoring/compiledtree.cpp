@@ -1,9 +1,12 @@
-// Compiling: a first walk numbers the nodes in prefix order (a node's first
-// child lies right after it, which keeps a walk's loads close together); a
-// second pass asks each split node for its split rules and their value sets
-// and flattens them. A two-child ordered split whose ranges meet at one cut is
-// turned into the node's fast step; an excluded cut t becomes an included cut
-// at the double just below t, which selects exactly the same numbers.
+// Compiling: a first walk numbers the nodes as it meets them; a second pass
+// asks each split node for its split rules and their value sets and flattens
+// them, with targets in that numbering. A two-child ordered split whose
+// ranges meet at one cut becomes the node's fast step; an excluded cut t
+// becomes an included cut at the double just below t, which selects exactly
+// the same numbers. Last, the nodes are laid out in prefix order with the
+// child below a fast step's cut first, so that it lies right after its parent
+// (a walk's loads stay close together and the node needs no field for it),
+// and every target is renumbered.
 #include "scoring/compiledtree.h"
 
 #include <algorithm>
@@ -52,16 +55,15 @@ CompiledTree::CompiledTree(tree_800::NodeImp const* root, std::size_t numVariabl
     }
   }
   fnFirstChild.push_back(static_cast<int>(fnChildIndexes.size()));
-  double const nan = std::numeric_limits<double>::quiet_NaN();
-  int const nanSlot = static_cast<int>(numVariables);
-  fnNodes.assign(order.size(), Node{nan, nanSlot, 0, 0, -1});
   fnHostNodes.reserve(order.size());
   for (tree_800::Node const* node : order) {
     fnHostNodes.push_back(static_cast<tree_800::NodeImp const*>(node));
   }
+  fnNodeRoutes.assign(order.size(), -1);
   for (std::size_t i = 0; i < order.size() && fnUsable; ++i) {
     fnUsable = CompileNode(*order[i], static_cast<int>(i));
   }
+  if (fnUsable) LayOut();
   for (Rule const& rule : fnRules) fnPredictors.push_back(rule.predictor);
   std::sort(fnPredictors.begin(), fnPredictors.end());
   fnPredictors.erase(std::unique(fnPredictors.begin(), fnPredictors.end()), fnPredictors.end());
@@ -95,17 +97,68 @@ bool CompiledTree::CompileNode(tree_800::Node const& node, int index) {
     if (surrogate == nullptr || !CompileRule(*surrogate, index)) return false;
   }
   route.endRule = static_cast<int>(fnRules.size());
-  Node& compiled = fnNodes[static_cast<std::size_t>(index)];
-  compiled.route = static_cast<int>(fnRoutes.size());
+  fnNodeRoutes[static_cast<std::size_t>(index)] = static_cast<int>(fnRoutes.size());
   fnRoutes.push_back(route);
-  Rule const& primary = fnRules[static_cast<std::size_t>(route.firstRule)];
-  if (primary.kind == Kind::kCut && primary.low >= 0 && primary.high >= 0) {
-    compiled.cut = primary.cut;
-    compiled.predictor = primary.predictor;
-    compiled.low = primary.low;
-    compiled.high = primary.high;
-  }
   return true;
+}
+
+void CompiledTree::LayOut() {
+  std::size_t const count = fnHostNodes.size();
+  // The primary split of a node with a fast step, else null.
+  auto const fast = [this](std::size_t node) -> Rule const* {
+    int const route = fnNodeRoutes[node];
+    if (route < 0) return nullptr;
+    Rule const& primary = fnRules[static_cast<std::size_t>(fnRoutes[route].firstRule)];
+    bool const ok = primary.kind == Kind::kCut && primary.low >= 0 && primary.high >= 0 &&
+                    primary.low != primary.high && !(fnSysmis > primary.cut);
+    return ok ? &primary : nullptr;
+  };
+  std::vector<int> place(count, -1);
+  std::vector<int> pending{0};
+  int next = 0;
+  while (!pending.empty()) {
+    int const node = pending.back();
+    pending.pop_back();
+    place[static_cast<std::size_t>(node)] = next++;
+    Rule const* const step = fast(static_cast<std::size_t>(node));
+    int const low = step != nullptr ? step->low : -1;
+    for (int c = fnFirstChild[static_cast<std::size_t>(node) + 1] - 1;
+         c >= fnFirstChild[static_cast<std::size_t>(node)]; --c) {
+      int const child = fnChildIndexes[static_cast<std::size_t>(c)];
+      if (child >= 0 && child != low) pending.push_back(child);
+    }
+    if (low >= 0) pending.push_back(low);
+  }
+
+  double const nan = std::numeric_limits<double>::quiet_NaN();
+  int const nanSlot = static_cast<int>(fnNumVariables);
+  std::vector<Node> nodes(count, Node{nan, nanSlot, 0});
+  std::vector<int> nodeRoutes(count);
+  std::vector<tree_800::NodeImp const*> hostNodes(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    std::size_t const at = static_cast<std::size_t>(place[i]);
+    nodeRoutes[at] = fnNodeRoutes[i];
+    hostNodes[at] = fnHostNodes[i];
+    if (Rule const* step = fast(i)) {
+      nodes[at] = Node{step->cut, step->predictor, place[static_cast<std::size_t>(step->high)]};
+    }
+  }
+  fnNodes = std::move(nodes);
+  fnNodeRoutes = std::move(nodeRoutes);
+  fnHostNodes = std::move(hostNodes);
+
+  auto const renumber = [&place](int& target) {
+    if (target >= 0) target = place[static_cast<std::size_t>(target)];
+  };
+  for (Route& route : fnRoutes) renumber(route.defaultTarget);
+  for (Rule& rule : fnRules) {
+    renumber(rule.missingTarget);
+    renumber(rule.low);
+    renumber(rule.high);
+  }
+  for (int& target : fnTargets) renumber(target);
+  for (CodeTarget& entry : fnCodes) renumber(entry.target);
+  for (Range& range : fnRanges) renumber(range.target);
 }
 
 bool CompiledTree::CompileRule(tree_800::SplitRule const& rule, int index) {

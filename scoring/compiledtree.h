@@ -40,16 +40,15 @@ class CompiledTree {
   static constexpr int kNone = -1;  // a split does not place the record
   static constexpr int kStop = -2;  // the record stops at the current node
 
-  // One node. The fast step: a binary ordered primary split sends x <= cut to
-  // `low` and x > cut to `high` (both nodes); anything else, and every value
-  // that is missing or NaN, takes the node's full route. A node without a
-  // fast step reads the NaN slot, so it always takes its route.
+  // One node, 16 bytes. The fast step of a binary ordered primary split:
+  // x <= cut goes to the next node (the layout puts that child right after
+  // its parent), x > cut to `high`. Other values (missing, NaN) and other
+  // splits take the node's full route; a node without fast step reads the
+  // NaN slot, so it always does.
   struct Node {
     double cut;
     int predictor;
-    int low;
     int high;
-    int route;  // index into fnRoutes, or -1: the record stops here
   };
   // A node's splits in order of preference, fnRules[firstRule, endRule), and
   // the target when none places the record.
@@ -81,16 +80,19 @@ class CompiledTree {
   };
 
   bool CompileNode(tree_800::Node const& node, int index);
+  void LayOut();
   bool CompileRule(tree_800::SplitRule const& rule, int index);
   int ChildTarget(int index, int child) const;
   int Lookup(Rule const& rule, double x) const;
+  // The target of node `index`'s full route: a node index, or kStop.
   template <class Values>
-  int TakeRoute(Route const& route, Values& values) const;
+  int TakeRoute(int index, Values& values) const;
 
   std::size_t fnNumVariables;
   double fnSysmis;
   bool fnUsable = true;
-  std::vector<Node> fnNodes;  // prefix order: the root first
+  std::vector<Node> fnNodes;      // the root first
+  std::vector<int> fnNodeRoutes;  // per node: index into fnRoutes, or -1: records stop there
   std::vector<tree_800::NodeImp const*> fnHostNodes;
   std::vector<Route> fnRoutes;
   std::vector<Rule> fnRules;
@@ -104,8 +106,12 @@ class CompiledTree {
   std::vector<int> fnChildIndexes;
 };
 
+// Kept out of the walk's loop, so that the loop keeps its state in registers.
 template <class Values>
-int CompiledTree::TakeRoute(Route const& route, Values& values) const {
+__attribute__((noinline)) int CompiledTree::TakeRoute(int index, Values& values) const {
+  int const at = fnNodeRoutes[static_cast<std::size_t>(index)];
+  if (at < 0) return kStop;
+  Route const& route = fnRoutes[static_cast<std::size_t>(at)];
   for (int r = route.firstRule; r < route.endRule; ++r) {
     Rule const& rule = fnRules[static_cast<std::size_t>(r)];
     double const x = values.Get(rule.predictor);
@@ -116,22 +122,25 @@ int CompiledTree::TakeRoute(Route const& route, Values& values) const {
   return route.defaultTarget;
 }
 
+// System-missing never takes a fast step's high side (the layout makes sure
+// of it), so only the low side asks for it.
 template <class Values>
 tree_800::NodeImp const* CompiledTree::Drop(Values& values) const {
   Node const* const nodes = fnNodes.data();
+  double const sysmis = fnSysmis;
   int index = 0;
   for (;;) {
     Node const& node = nodes[index];
     double const x = values.Get(node.predictor);
-    bool const high = x > node.cut;
-    if ((high || x <= node.cut) && x != fnSysmis) {
-      index = high ? node.high : node.low;
-      continue;
+    if (x > node.cut) {
+      index = node.high;
+    } else if (x <= node.cut && x != sysmis) {
+      ++index;
+    } else {
+      int const next = TakeRoute(index, values);
+      if (next < 0) return fnHostNodes[static_cast<std::size_t>(index)];
+      index = next;
     }
-    if (node.route < 0) return fnHostNodes[static_cast<std::size_t>(index)];
-    int const next = TakeRoute(fnRoutes[static_cast<std::size_t>(node.route)], values);
-    if (next < 0) return fnHostNodes[static_cast<std::size_t>(index)];
-    index = next;
   }
 }
 

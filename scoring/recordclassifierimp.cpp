@@ -42,7 +42,8 @@ RecordClassifierImp::RecordClassifierImp(tree_800::NodeImp const* root,
     : fnRoot(root),
       fnMetadata(metadata),
       fnValues(new double[metadata->GetVariables().size()]),
-      fnTree(root, metadata->GetVariables().size()) {
+      fnTree(root, metadata->GetVariables().size()),
+      fnSysmis(systemMissingValue()) {
   std::vector<mdt_800::Variable> const& variables = metadata->GetVariables();
   std::size_t const slots = variables.size() + 1;
   fnEncoders.assign(slots, nullptr);
@@ -94,8 +95,12 @@ tree_800::NodeImp const* RecordClassifierImp::ScoreOne(
     return fnRoot->DropObservationThroughTree(GetDoubleRecord(record), nullptr);
   }
   double* const values = fnWalkValues.get();
+  double const sysmis = fnSysmis;
   for (int p : fnPlainPredictors) {
-    values[p] = GetEncodedValue(record[static_cast<std::size_t>(p) + 1], nullptr);
+    // As GetEncodedValue without encoder, with system-missing kept at hand.
+    mdt_800::Variant const& value = record[static_cast<std::size_t>(p) + 1];
+    values[p] =
+        value.GetType() == mdt_800::Variant::TYPE_NONE ? sysmis : static_cast<double>(value);
   }
   if (fnEncodedPredictors.empty()) {
     BufferValues view{values};

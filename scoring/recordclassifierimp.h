@@ -48,6 +48,7 @@ class RecordClassifierImp : public RecordClassifier {
   tree_800::NodeImp const* ScoreOne(MCTree_800::TRecord<mdt_800::Variant> const& record) const;
 
   CompiledTree fnTree;
+  double fnSysmis;
   // The variables that the tree reads: those without encoder are converted
   // before the walk, those with one are encoded when the walk first reads them.
   std::vector<int> fnPlainPredictors;
