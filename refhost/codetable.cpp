@@ -1,11 +1,11 @@
 // The table keeps the answer of a linear search: single values of the
 // missing sets are entered first (as system-missing), then each code's
-// values in code order, and an entry never replaces an earlier one with the
-// same key. Numbers are keyed by their double value (0 and -0 alike), as
-// Variant equality compares them; NaN equals nothing and is not entered. A
-// number that a missing range holds is missing whatever the table says; one
-// that a code's range holds takes that code when it comes before the code of
-// its single value.
+// values in code order. A later entry with an earlier key lies further along
+// its probe sequence, so a lookup finds the earlier one. Numbers are keyed by
+// their double value (0 and -0 alike), as Variant equality compares them; NaN
+// equals nothing and is not entered. A number that a missing range holds is
+// missing whatever the table says; one that a code's range holds takes that
+// code when it comes before the code of its single value.
 #include "refhost/codetable.h"
 
 #include <cmath>
@@ -79,7 +79,6 @@ void CodeTable::Index() {
   fnStringSlots.assign(SlotsFor(fnStrings.size()), Slot{0, -1, 0});
   std::size_t mask = fnStringSlots.size() - 1;
   for (std::size_t k = 0; k < fnStrings.size(); ++k) {
-    if (FindString(fnStrings[k]) != nullptr) continue;  // the earlier entry stays
     std::uint64_t const hash = HashOf(fnStrings[k]);
     std::size_t i = hash >> 32 & mask;
     while (fnStringSlots[i].key >= 0) i = (i + 1) & mask;
@@ -88,7 +87,6 @@ void CodeTable::Index() {
   fnNumberSlots.assign(SlotsFor(fnNumbers.size()), Slot{0, -1, 0});
   mask = fnNumberSlots.size() - 1;
   for (std::size_t k = 0; k < fnNumbers.size(); ++k) {
-    if (FindNumber(fnNumbers[k]) != nullptr) continue;
     std::uint64_t const hash = HashOf(fnNumbers[k]);
     std::size_t i = hash >> 32 & mask;
     while (fnNumberSlots[i].key >= 0) i = (i + 1) & mask;
@@ -142,15 +140,15 @@ bool CodeTable::Find(mdt_800::Variant const& value, double* code) const {
       return true;
     }
   }
+  // A single value's code (system-missing for a missing one, which every
+  // code then follows), unless a range of an earlier code holds the number.
   double const* found = FindNumber(x);
   double best = found != nullptr ? *found : sysmis;
-  if (found == nullptr || best != sysmis) {
-    for (Range const& range : fnRanges) {
-      if (found != nullptr && range.code >= best) break;
-      if (range.Contains(x)) {
-        best = range.code;
-        break;
-      }
+  for (Range const& range : fnRanges) {
+    if (found != nullptr && range.code >= best) break;
+    if (range.Contains(x)) {
+      best = range.code;
+      break;
     }
   }
   *code = best;
