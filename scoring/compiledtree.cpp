@@ -28,6 +28,10 @@ constexpr long kDenseSpanExtra = 64;
 
 CompiledTree::CompiledTree(tree_800::NodeImp const* root, std::size_t numVariables)
     : fnNumVariables(numVariables), fnSysmis(systemMissingValue()) {
+  if (root == nullptr) {
+    fnUsable = false;
+    return;
+  }
   // Prefix order, with each node's children's indexes (kStop for a null child).
   struct Pending {
     tree_800::Node const* node;

@@ -23,7 +23,8 @@ class CompiledTree {
   // Host exceptions pass through. A tree that shows anything the compiled
   // routing does not model (a null split rule, value set or iterator, a value
   // set of unknown kind, a split mixing ranges and codes, a predictor outside
-  // the variables) compiles as unusable: its records must go through the host.
+  // the variables, no root) compiles as unusable: its records must go through
+  // the host.
   CompiledTree(tree_800::NodeImp const* root, std::size_t numVariables);
 
   bool IsUsable() const { return fnUsable; }
@@ -122,8 +123,8 @@ __attribute__((noinline)) int CompiledTree::TakeRoute(int index, Values& values)
   return route.defaultTarget;
 }
 
-// System-missing never takes a fast step's high side (the layout makes sure
-// of it), so only the low side asks for it.
+// System-missing never takes a fast step's high side (no fast step cuts
+// below it), so only the low side asks for it.
 template <class Values>
 tree_800::NodeImp const* CompiledTree::Drop(Values& values) const {
   Node const* const nodes = fnNodes.data();
