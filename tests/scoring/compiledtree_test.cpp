@@ -23,52 +23,42 @@ using mdt_800::Variant;
 using refhost::Range;
 using refhost::Split;
 
-enum Var { kX, kY, kColour, kGrade, kBand, kSize, kNumVars };
-
-// One random split of `var`.
+// A random split of variable `var` of RandomModel: cuts and ranges of every
+// shape (overlapping, leaving gaps), category and code sets leaving some out.
 Split RandomSplit(int var, std::mt19937& rng) {
   auto const pick = [&rng](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
-  double const points[] = {-95.0, -1.0, 0.0, 2.5, 10.0, 1e6};
+  double const at[] = {-95.0, -1.0, 0.0, 2.5, 10.0, 1e6};
+  auto const sets = [&](int children, auto const& values) {
+    std::vector<std::vector<std::decay_t<decltype(values[0])>>> out(children);
+    for (auto const& v : values) {
+      if (int const to = pick(children + 1); to < children) out[to].push_back(v);
+    }
+    return out;
+  };
   switch (var) {
-    case kX:
-    case kY: {
-      if (var == kY && pick(2) == 0) {
-        // Ranges of every shape, overlapping or leaving gaps.
-        std::vector<Range> ranges = {Range::Below(points[pick(6)]), Range::AtLeast(points[pick(6)]),
-                                     Range::Between(-1.0, pick(2) == 0, 2.5, pick(2) == 0),
-                                     Range::AtMost(points[pick(6)]), Range::All()};
-        std::shuffle(ranges.begin(), ranges.end(), rng);
-        ranges.resize(static_cast<std::size_t>(2 + pick(2)));
-        return Split::Ranges(var, ranges);
-      }
-      int const a = pick(5);
-      std::vector<double> cuts = {points[a]};
-      if (pick(3) == 0) cuts.push_back(points[a + 1]);
-      return Split::Cuts(var, cuts);
+    case 0:
+      return Split::Cuts(0, pick(2) ? std::vector<double>{at[pick(6)]} : std::vector{-1.0, 2.5});
+    case 1: {
+      std::vector<Range> ranges = {Range::Below(at[pick(6)]), Range::AtLeast(at[pick(6)]),
+                                   Range::Between(-1.0, pick(2), 2.5, pick(2)),
+                                   Range::AtMost(at[pick(6)]), Range::All()};
+      std::shuffle(ranges.begin(), ranges.end(), rng);
+      ranges.resize(static_cast<std::size_t>(2 + pick(2)));
+      return Split::Ranges(1, ranges);
     }
-    case kColour: {
-      std::vector<std::vector<Variant>> sets(2);
-      for (char const* c : {"red", "green", "blue", "grey"}) {
-        int const to = pick(3);  // 2: sent to no child
-        if (to < 2) sets[static_cast<std::size_t>(to)].emplace_back(c);
-      }
-      return Split::Nominal(var, sets);
-    }
-    case kGrade: {
-      std::vector<std::vector<int>> sets(static_cast<std::size_t>(2 + pick(2)));
-      for (int code : {-3, 1, 2, 5, 6, 100000}) {
-        int const to = pick(static_cast<int>(sets.size()) + 1);
-        if (to < static_cast<int>(sets.size())) sets[static_cast<std::size_t>(to)].push_back(code);
-      }
-      return Split::Codes(var, sets);
-    }
-    case kBand:
-      return Split::Cuts(var, {static_cast<double>(1 + pick(3))});
+    case 2:
+      return Split::Nominal(2, sets(2, std::vector<Variant>{"red", "green", "blue", "grey"}));
+    case 3:
+      return Split::Codes(3, sets(2 + pick(2), std::vector<int>{-3, 1, 2, 5, 6, 100000}));
+    case 4:
+      return Split::Cuts(4, {static_cast<double>(1 + pick(3))});
     default:
-      return Split::CategoryCuts(var, {pick(2) == 0 ? "S" : "M"});
+      return Split::CategoryCuts(5, {pick(2) ? "S" : "M"});
   }
 }
 
+// Trees up to depth 4 over every kind of variable, with missing-value and
+// default children and up to two surrogates per split.
 refhost::Model RandomModel(std::mt19937& rng) {
   auto const pick = [&rng](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
   refhost::ModelBuilder b;
@@ -84,28 +74,22 @@ refhost::Model RandomModel(std::mt19937& rng) {
   while (!pending.empty()) {
     auto const [id, depth] = pending.back();
     pending.pop_back();
-    refhost::NodeSpec& node = b.Node(id);
-    if (depth >= 4 || (depth > 0 && pick(4) == 0)) {
-      node.Predict(1 + pick(2), {0.5, 0.5});
-      continue;
-    }
-    Split const split = RandomSplit(pick(kNumVars), rng);
+    refhost::NodeSpec& node = b.Node(id).Predict(1, {0.5, 0.5});
+    if (depth >= 4 || (depth > 0 && pick(4) == 0)) continue;
+    Split const split = RandomSplit(pick(6), rng);
     int const children = split.NumChildren();
     node.SplitBy(split);
     if (pick(3) == 0) node.MissingChild(pick(children));
-    for (int s = pick(3); s > 0; --s) {
-      Split surrogate = RandomSplit(pick(kNumVars), rng);
-      if (surrogate.NumChildren() != children) continue;
-      if (pick(3) == 0) surrogate.Missing(pick(surrogate.NumChildren()));
-      node.Surrogate(surrogate);
-    }
     if (pick(2) == 0) node.DefaultChild(pick(children));
-    std::vector<unsigned int> ids;
-    for (int c = 0; c < children; ++c) {
-      ids.push_back(next);
-      pending.emplace_back(next++, depth + 1);
+    for (int s = pick(3); s > 0; --s) {
+      Split surrogate = RandomSplit(pick(6), rng);
+      if (surrogate.NumChildren() != children) continue;
+      node.Surrogate(pick(3) ? surrogate : surrogate.Missing(pick(children)));
     }
-    node.Children(ids).Predict(1, {0.5, 0.5});
+    for (int c = 0; c < children; ++c, ++next) {
+      node.Child(c, next);
+      pending.emplace_back(next, depth + 1);
+    }
   }
   return b.Build();
 }
