@@ -113,19 +113,13 @@ void ExpectHostRouting(refhost::Model const& model, std::vector<refhost::Record>
   std::vector<tree_800::NodeImp const*> batch(records.size() + 1, nullptr);
   classifier->ScoreBatch(records.data(), records.size(), batch.data());
   EXPECT_EQ(batch.back(), nullptr) << what << ": ScoreBatch wrote past its records";
-  int wrong = 0;
-  for (std::size_t i = 0; i < records.size() && wrong < 5; ++i) {
+  for (std::size_t i = 0; i < records.size(); ++i) {
     std::vector<double> const encoded = refhost::EncodeRecord(model.GetMetadata(), records[i]);
     tree_800::NodeImp const* host =
         model.Root()->DropObservationThroughTree(encoded.data(), nullptr);
-    tree_800::NodeImp const* scored = classifier->Score(records[i]);
-    if (scored != host || batch[i] != host) {
-      ++wrong;
-      ADD_FAILURE() << what << ", record " << i << ": the host stops at node " << host->GetId()
-                    << ", Score at " << (scored ? std::to_string(scored->GetId()) : "null")
-                    << ", ScoreBatch at "
-                    << (batch[i] ? std::to_string(batch[i]->GetId()) : "null");
-    }
+    ASSERT_EQ(classifier->Score(records[i]), host)
+        << what << ", record " << i << ": the host stops at node " << host->GetId();
+    ASSERT_EQ(batch[i], host) << what << ", record " << i << " in ScoreBatch";
   }
 }
 
