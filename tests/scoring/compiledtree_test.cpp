@@ -10,12 +10,12 @@
 #include <stdexcept>
 
 #include "refhost/builder.h"
-#include "refhost/faults.h"
 #include "refhost/ordinalsplit.h"
 #include "refhost/valuesets.h"
 #include "scoring/compiledtree.h"
 #include "scoring/rulefactory.h"
 #include "tests/scoring/probes.h"
+#include "tests/support/faults.h"
 
 namespace {
 
