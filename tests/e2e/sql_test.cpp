@@ -5,6 +5,7 @@
 #include <cctype>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,9 @@ struct SqlCase {
   char const* model;
   char const* data;
 };
+
+// The test log names a case by its name, not by its bytes.
+void PrintTo(SqlCase const& c, std::ostream* out) { *out << c.name; }
 
 SqlCase const kCases[] = {
     {"AuditTree_Audit", "external/AuditTree.xml", "external/Audit.csv"},
@@ -81,7 +85,9 @@ TEST_P(SqlAgreesWithScoring, EveryLeaf) {
     treeout_cli::RulesRequest request;
     request.options.fnNumberFormat = 1;
     request.nodes = {id};
-    std::string const statement = treeout_cli::WriteRules(model, request);
+    std::ostringstream text;
+    treeout_cli::WriteRules(model, request, text);
+    std::string const statement = text.str();
     EXPECT_EQ(table.Select(WhereOf(statement)), byNode[id]) << c.name << " leaf " << id << "\n"
                                                             << statement;
   }
