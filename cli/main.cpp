@@ -9,7 +9,6 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -84,20 +83,33 @@ void CheckModelText(std::string const& name, std::string const& text) {
     throw Failure{1, name + ": not UTF-8 text, and its XML declaration names no other encoding"};
 }
 
+// The whole of `in`.
+std::string ReadAll(std::istream& in) {
+  std::string text;
+  char block[64 * 1024];
+  while (in.read(block, sizeof block) || in.gcount() > 0) {
+    text.append(block, static_cast<std::size_t>(in.gcount()));
+  }
+  return text;
+}
+
+// A file is checked, then loaded by the loader, which keeps its text no
+// longer than it needs it; standard input is read once and loaded from text.
 refhost::PmmlModel LoadModel(std::string const& path) {
   std::string const name = ReadableName(path);
   try {
-    std::string text;
     if (path == "-") {
-      text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    } else {
-      CheckFile(path);
+      std::string const text = ReadAll(std::cin);
+      CheckModelText(name, text);
+      return refhost::LoadPmml(text);
+    }
+    CheckFile(path);
+    {
       std::ifstream in(path, std::ios::binary);
       if (!in) throw Failure{1, path + ": cannot read the file: " + std::strerror(errno)};
-      text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+      CheckModelText(name, ReadAll(in));
     }
-    CheckModelText(name, text);
-    return refhost::LoadPmml(text);
+    return refhost::LoadPmmlFile(path);
   } catch (refhost::PmmlError const& e) {
     throw Failure{1, name + ": " + treeout_cli::OneLine(e.what())};
   }
