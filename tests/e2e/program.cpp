@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -16,10 +17,19 @@ extern char** environ;
 
 namespace e2e {
 
+// One folder per test process (CTest runs tests side by side), removed when
+// the process ends.
 std::string ScratchDir() {
-  std::string const dir = TREEOUT_E2E_DIR;
-  ::mkdir(dir.c_str(), 0755);
-  return dir;
+  struct Folder {
+    std::string path = std::string(TREEOUT_E2E_DIR) + "/p" + std::to_string(::getpid());
+    Folder() { std::filesystem::create_directories(path); }
+    ~Folder() {
+      std::error_code ignored;
+      std::filesystem::remove_all(path, ignored);
+    }
+  };
+  static Folder const folder;
+  return folder.path;
 }
 
 std::string WriteFile(std::string const& name, std::string const& text) {

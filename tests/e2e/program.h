@@ -18,7 +18,7 @@ struct Run {
 Run Treeout(std::vector<std::string> const& args, std::string const& input = "",
             std::string const& output = "");
 
-// A scratch folder for one test program, and files in it.
+// A scratch folder for this test process, and files in it.
 std::string ScratchDir();
 std::string WriteFile(std::string const& name, std::string const& text);
 std::string ReadFile(std::string const& path);
