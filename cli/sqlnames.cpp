@@ -28,7 +28,31 @@ bool IsVeldChar(char c) {
 
 std::size_t const kVeldMaxBytes = 64;
 
+// sqlkeywords.txt, which the build puts here as one string literal.
+char const kSqlKeywords[] =
+#include "sqlkeywords.inc"
+    ;
+
 }  // namespace
+
+bool IsSqlKeyword(std::string const& name) {
+  std::string const upper = Upper(name);
+  char const* at = kSqlKeywords;
+  while (*at != '\0') {
+    if (*at == '#') {
+      while (*at != '\0' && *at != '\n') ++at;
+    } else if (std::isspace(static_cast<unsigned char>(*at))) {
+      ++at;
+    } else {
+      char const* end = at;
+      while (*end != '\0' && !std::isspace(static_cast<unsigned char>(*end))) ++end;
+      if (upper.compare(0, std::string::npos, at, static_cast<std::size_t>(end - at)) == 0)
+        return true;
+      at = end;
+    }
+  }
+  return false;
+}
 
 std::string SqlIdentifier(std::string const& name, bool always) {
   bool plain = !name.empty() && !IsDigit(name[0]);

@@ -11,7 +11,7 @@
 
 namespace treeout_cli {
 
-// Whether `name` is an SQL keyword (any case): one list, in sqlkeywords.cpp.
+// Whether `name` is an SQL keyword (any case): one list, in sqlkeywords.txt.
 bool IsSqlKeyword(std::string const& name);
 
 // `name` as an SQL identifier: unchanged when it is plain

@@ -11,7 +11,9 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include "output/rulesoutputadapter.h"
 #include "program.h"
+#include "refhost/pmml/pmmlmodel.h"
 
 namespace {
 
@@ -126,6 +128,47 @@ TEST(VeldNotes, NameTheRenamedFields) {
   EXPECT_EQ(run.err,
             "treeout: note: field 'od280/od315_of_diluted_wines' is written as "
             "od280_od315_of_diluted_wines in VELD\n");
+}
+
+// Each rules option reaches the library as the export option it names: the
+// program's text is the library's own for every leaf of the sample model.
+TEST(RulesOptions, AsTheLibraryWritesThem) {
+  struct Case {
+    std::vector<std::string> args;
+    int dialect, edgeMode, numberFormat, variableLabels, valueLabels;
+  };
+  Case const cases[] = {
+      {{}, 0, 0, 1, 0, 0},
+      {{"--dialect", "veld"}, 1, 0, 1, 0, 0},
+      {{"--dialect", "generic", "--edge-mode", "split"}, 2, 1, 1, 0, 0},
+      {{"--edge-mode", "label", "--number-format", "16g"}, 0, 2, 0, 0, 0},
+      {{"--dialect", "veld", "--variable-labels", "--value-labels"}, 1, 0, 1, 1, 1},
+  };
+  refhost::PmmlModel const model = refhost::LoadPmmlFile(e2e::Example("credit.pmml"));
+  TreeOut_800::RulesOutputAdapter const adapter(&model.GetModel().GetTree(),
+                                                &model.GetModel().GetMetadata());
+  for (Case const& c : cases) {
+    TreeOut_800::RuleExportOptions options;
+    options.fnDialect = c.dialect;
+    options.fnEdgeMode = c.edgeMode;
+    options.fnNumberFormat = c.numberFormat;
+    options.fnUseVariableLabels = c.variableLabels;
+    options.fnUseValueLabels = c.valueLabels;
+    std::string expected;
+    for (tree_800::PrefixNodeIterator it(model.GetModel().Root()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
+      if (node->GetNumChildren() > 0) continue;
+      TreeOut_800::RulesNodeSelection selection;
+      selection.AddNode(node, TreeOut_800::RulesNodeSelection::kDefaultNodeNumber);
+      std::string const text = adapter.ExportRules(options, selection).Str();
+      expected += text.back() == '\n' ? text : text + "\n";
+    }
+    std::vector<std::string> args{"rules"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    e2e::Run const run = Treeout(args);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, expected) << c.args.size();
+  }
 }
 
 }  // namespace
