@@ -162,6 +162,12 @@ class PmmlModel {
   };
   // The answer for `record`, which the host's routing dropped to `stop`.
   Answer Resolve(tree_800::Node const& stop, Record const& record) const;
+  // Whether every record that stops at a leaf scores as the leaf says (so a
+  // caller may keep one answer per leaf); false when a missing value
+  // penalty lowers the confidence of some records that took a default child.
+  bool LeafScoresFixed() const {
+    return !(fnDocument && fnPenalty != 1 && fnMissing == MissingStrategy::kDefaultChild);
+  }
   // One line for the tool to print once when the rule text cannot place
   // every record as scoring does (blends, penalties); empty when it can.
   std::string const& TextLimit() const { return fnTextLimit; }
