@@ -17,17 +17,16 @@
 //    fields hold (an `or` over fields needs nothing more); when no class can
 //    be placed so, it branches on a field into added nodes, one per group of
 //    classes that leave the same outcomes, and goes on in each.
-// 4. What the rule text can say bounds the rules: a record that a rule
-//    leaves falls to the next rule, as a missing value does; the text says
-//    so for a missing value and for a category the rule does not name, not
-//    for a number between a rule's ranges. So a rule on numbers places every
-//    number that reaches it, each child one range; a rule places a missing
-//    value only when it places every value (the host sends a value it leaves
-//    to the missing-value child); and a record stops only where the node's
-//    first field tells why (missing: the missing value strategy; present: no
-//    true child), so that what it predicts follows. Values whose records
-//    stop beside a placed missing value go to a stopper, an added node whose
-//    one split places nothing (its one child no record reaches).
+// 4. The host (and the rule text with it) sends a value that a rule leaves
+//    on to the next rule, as it does a missing value. So a rule places a
+//    missing value only when it places every value (else the values it
+//    leaves would go with the missing one); a rule on numbers gives each
+//    child one range (a child that takes two runs of numbers is two
+//    children); and a record stops only where the node's first field tells
+//    why (missing: the missing value strategy; present: no true child), so
+//    that what it predicts follows. Values whose records stop beside a
+//    placed missing value go to a stopper, an added node whose one split
+//    places nothing (its one child no record reaches).
 // 5. A document child reached from two places is copied with its subtree;
 //    every copy reports as its original.
 #include <algorithm>
@@ -411,10 +410,6 @@ class Construction {
           ++placed;
         }
       }
-      // The rule text says where a record that a rule leaves goes on only
-      // for a missing value, and for a category the rule does not name; so
-      // a rule on numbers places every number that reaches it.
-      if (!fnClasses[f].categorical && placed < present) continue;
       bool total = placed == present && placed > 0;
       if (total && domain[f][0]) {
         std::vector<int> const o = OutcomesOver(With(domain, f, 0));

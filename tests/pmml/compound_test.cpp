@@ -135,7 +135,6 @@ TEST(CompoundPredicates, RouteAsTheDocumentSays) {
   int compared = 0;
   int added = 0;
   int sqlChecked = 0;
-  int sqlSkipped = 0;
   for (unsigned seed = 1; seed <= 150; ++seed) {
     std::string const text = Generator(seed).Document();
     SCOPED_TRACE("seed " + std::to_string(seed) + "\n" + text);
@@ -169,15 +168,13 @@ TEST(CompoundPredicates, RouteAsTheDocumentSays) {
       }
       ++compared;
     }
-    for (std::string const& fault :
-         pmmltest::SqlDisagreements(*model, records, &sqlChecked, &sqlSkipped)) {
+    for (std::string const& fault : pmmltest::SqlDisagreements(*model, records, &sqlChecked)) {
       ADD_FAILURE() << fault;
     }
   }
   EXPECT_GT(added, 100);  // the documents did need added nodes
-  EXPECT_GT(sqlChecked, 100);
-  std::printf("%d records compared; SQL of %d nodes checked, %d left out\n", compared, sqlChecked,
-              sqlSkipped);
+  EXPECT_GT(sqlChecked, 500);
+  std::printf("%d records compared; SQL of %d nodes checked\n", compared, sqlChecked);
 }
 
 }  // namespace

@@ -26,16 +26,12 @@ std::string ByDocument(refhost::PmmlModel const& model, Values const& values);
 // its stop included.
 std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& values);
 
-// For every document node that a record reaches, the SQL of the paths to
-// it and its copies (the library's path text), run in SQLite over
-// `records`, against the records whose route passes through it. Returns a
-// description of each disagreement (empty when none); counts the nodes
-// checked and those left out because a split on the way maps no value to
-// the child in some rule of its chain, which the rule text does not yet
-// write exactly.
+// For every document node but the root, the library's text of the paths to
+// it and its copies, run in SQLite over `records`, against the records whose
+// route passes through it. Returns a description of each disagreement
+// (empty when none); counts the nodes checked.
 std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
-                                          std::vector<Values> const& records, int* checked,
-                                          int* skipped);
+                                          std::vector<Values> const& records, int* checked);
 
 // Values from text: "" is missing; numbers for numeric and date fields
 // (dates as ISO text), the text itself for string fields.
