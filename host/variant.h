@@ -23,20 +23,27 @@ class Variant {
   ~Variant();
 
   // 0 string, 1 double, 2 integer (long), 3 holds no value.
-  int GetType() const;
+  int GetType() const { return fnType; }
   // The held value. A number converts to the other number type; a string or an
   // empty Variant converts to 0. operator std::string const& gives the empty
   // string for anything but a string; the reference is valid while this
   // Variant lives and is not assigned to.
-  operator double() const;
+  operator double() const {
+    if (fnType == TYPE_DOUBLE) return fnDouble;
+    return fnType == TYPE_LONG ? static_cast<double>(fnLong) : 0.0;
+  }
   operator long() const;
   operator std::string const&() const;
 
  private:
+  // 16 bytes, so that the values of a record lie close together: a number is
+  // held in place, a string out of line.
   int fnType;
-  double fnDouble;
-  long fnLong;
-  std::string fnString;
+  union {
+    double fnDouble;
+    long fnLong;
+    std::string* fnString;  // owned; TYPE_STRING only
+  };
 };
 
 // Same type class and same content: numbers compare by value whatever their type.

@@ -10,43 +10,60 @@ namespace mdt_800 {
 
 using refhost::ObjectKind;
 
-Variant::Variant() : fnType(TYPE_NONE), fnDouble(0.0), fnLong(0) {
+Variant::Variant() : fnType(TYPE_NONE), fnLong(0) { refhost::CountCreated(ObjectKind::kVariant); }
+
+Variant::Variant(double value) : fnType(TYPE_DOUBLE), fnDouble(value) {
   refhost::CountCreated(ObjectKind::kVariant);
 }
 
-Variant::Variant(double value) : fnType(TYPE_DOUBLE), fnDouble(value), fnLong(0) {
+Variant::Variant(long value) : fnType(TYPE_LONG), fnLong(value) {
   refhost::CountCreated(ObjectKind::kVariant);
 }
 
-Variant::Variant(long value) : fnType(TYPE_LONG), fnDouble(0.0), fnLong(value) {
+Variant::Variant(std::string const& value) : fnType(TYPE_STRING), fnString(new std::string(value)) {
   refhost::CountCreated(ObjectKind::kVariant);
 }
 
-Variant::Variant(std::string const& value)
-    : fnType(TYPE_STRING), fnDouble(0.0), fnLong(0), fnString(value) {
+Variant::Variant(char const* value) : fnType(TYPE_STRING), fnString(new std::string(value)) {
   refhost::CountCreated(ObjectKind::kVariant);
 }
 
-Variant::Variant(char const* value) : Variant(std::string(value)) {}
-
-Variant::Variant(Variant const& other)
-    : fnType(other.fnType),
-      fnDouble(other.fnDouble),
-      fnLong(other.fnLong),
-      fnString(other.fnString) {
+Variant::Variant(Variant const& other) : fnType(other.fnType), fnLong(0) {
+  if (fnType == TYPE_STRING) {
+    fnString = new std::string(*other.fnString);
+  } else if (fnType == TYPE_DOUBLE) {
+    fnDouble = other.fnDouble;
+  } else {
+    fnLong = other.fnLong;
+  }
   refhost::CountCreated(ObjectKind::kVariant);
 }
 
-Variant& Variant::operator=(Variant const& other) = default;
+// Leaves this Variant as it was when allocating throws.
+Variant& Variant::operator=(Variant const& other) {
+  if (this == &other) return *this;
+  if (other.fnType == TYPE_STRING) {
+    if (fnType == TYPE_STRING) {
+      *fnString = *other.fnString;  // reuses this string's buffer when it is large enough
+    } else {
+      fnString = new std::string(*other.fnString);
+      fnType = TYPE_STRING;
+    }
+    return *this;
+  }
+  if (fnType == TYPE_STRING) delete fnString;
+  fnType = other.fnType;
+  if (fnType == TYPE_DOUBLE) {
+    fnDouble = other.fnDouble;
+  } else {
+    fnLong = other.fnLong;
+  }
+  return *this;
+}
 
-Variant::~Variant() { refhost::CountDestroyed(ObjectKind::kVariant); }
-
-int Variant::GetType() const { return fnType; }
-
-Variant::operator double() const {
-  if (fnType == TYPE_DOUBLE) return fnDouble;
-  if (fnType == TYPE_LONG) return static_cast<double>(fnLong);
-  return 0.0;
+Variant::~Variant() {
+  if (fnType == TYPE_STRING) delete fnString;
+  refhost::CountDestroyed(ObjectKind::kVariant);
 }
 
 Variant::operator long() const {
@@ -58,7 +75,10 @@ Variant::operator long() const {
   return static_cast<long>(fnDouble);
 }
 
-Variant::operator std::string const&() const { return fnString; }
+Variant::operator std::string const&() const {
+  static std::string const empty;
+  return fnType == TYPE_STRING ? *fnString : empty;
+}
 
 namespace {
 

@@ -124,23 +124,25 @@ __attribute__((noinline)) int CompiledTree::TakeRoute(int index, Values& values)
 }
 
 // System-missing never takes a fast step's high side (no fast step cuts
-// below it), so only the low side asks for it.
+// below it). On the low side one comparison passes every number above
+// system-missing; the rest (system-missing, NaN, -inf) take the full route,
+// which places them as the host does.
 template <class Values>
 tree_800::NodeImp const* CompiledTree::Drop(Values& values) const {
   Node const* const nodes = fnNodes.data();
   double const sysmis = fnSysmis;
-  int index = 0;
+  Node const* node = nodes;
   for (;;) {
-    Node const& node = nodes[index];
-    double const x = values.Get(node.predictor);
-    if (x > node.cut) {
-      index = node.high;
-    } else if (x <= node.cut && x != sysmis) {
-      ++index;
+    double const x = values.Get(node->predictor);
+    if (x > node->cut) {
+      node = nodes + node->high;
+    } else if (x > sysmis) {
+      ++node;
     } else {
+      int const index = static_cast<int>(node - nodes);
       int const next = TakeRoute(index, values);
       if (next < 0) return fnHostNodes[static_cast<std::size_t>(index)];
-      index = next;
+      node = nodes + next;
     }
   }
 }

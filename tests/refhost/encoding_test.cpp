@@ -53,6 +53,20 @@ TEST(Variant, Conversions) {
   v = Variant(1.5);
   EXPECT_EQ(v.GetType(), Variant::TYPE_DOUBLE);
   EXPECT_EQ(static_cast<std::string const&>(v), "");
+  // Every kind assigned over every kind, copies independent of their source.
+  std::string const longText(40, 'x');
+  Variant const pool[] = {Variant(), Variant(1.5), Variant(7L), Variant("ab"), Variant(longText)};
+  for (Variant const& from : pool) {
+    for (Variant const& to : pool) {
+      Variant a(to), b(from);
+      a = b;
+      b = Variant("changed");
+      a = a;
+      EXPECT_EQ(a.GetType(), from.GetType());
+      EXPECT_TRUE(a == from);
+      EXPECT_EQ(static_cast<std::string const&>(a), static_cast<std::string const&>(from));
+    }
+  }
 }
 
 // Encoding sets as text: "{a, b}" for values, "[0, 10)" for an interval; an
