@@ -4,8 +4,8 @@
 // predictions and probabilities, joined once per record, so the tree's text
 // is written once rather than once per output column. A tree deeper than one
 // expression holds is scored in stages inside a scalar subquery: a chain of
-// materialised common table expressions, each carrying the key or, for the
-// records that go deeper, the negative code of the node where they continue.
+// common table expressions, each carrying the key or, for the records that go
+// deeper, the negative code of the node where they continue.
 // Only CASE, comparisons, IS NULL, AND/OR/NOT, CTEs and VALUES are used, which
 // SQLite, PostgreSQL and DuckDB share; the first VALUES row casts its numbers
 // to DOUBLE PRECISION so that every engine types the column as a double.
@@ -17,6 +17,9 @@
 
 namespace TreeOut_800 {
 namespace {
+
+// The most stages written as inline subqueries.
+constexpr std::size_t kMaxInlineStages = 16;
 
 std::string Number(long value) { return atg_800::Format(value); }
 
@@ -43,16 +46,23 @@ class SqlWriter {
   // The expression that gives a record's outcome key.
   std::string KeyExpression() {
     if (!fnStages.staged) return Nest(0, 0);
-    std::string text =
-        "(WITH " + StageName(0) + "(key_001) AS MATERIALIZED (SELECT " + Nest(0, 0) + ")";
+    // Each stage stays a subquery of its own: merged into the next stage, its
+    // whole expression would be copied into both places that read its key.
+    // A short chain is fenced by "LIMIT 1 OFFSET 0" and runs inline; a long
+    // one is materialised, as SQLite runs long chains of inline subqueries in
+    // time that grows faster than their length.
+    bool const inline_ = fnStages.starts.size() <= kMaxInlineStages;
+    std::string const open =
+        inline_ ? "(key_001) AS (SELECT " : "(key_001) AS MATERIALIZED (SELECT ";
+    std::string const close = inline_ ? " LIMIT 1 OFFSET 0)" : ")";
+    std::string text = "(WITH " + StageName(0) + open + Nest(0, 0) + close;
     for (std::size_t stage = 1; stage < fnStages.starts.size(); ++stage) {
-      std::string const previous = StageName(stage - 1) + ".key_001";
-      text += ",\n" + StageName(stage) + "(key_001) AS MATERIALIZED (SELECT CASE " + previous;
+      text += ",\n" + StageName(stage) + open + "CASE key_001";
       for (int start : fnStages.starts[stage]) {
         text += "\nWHEN " + Number(fnCode[static_cast<std::size_t>(start)]) + " THEN " +
                 Nest(start, static_cast<int>(stage));
       }
-      text += "\nELSE " + previous + " END FROM " + StageName(stage - 1) + ")";
+      text += "\nELSE key_001 END FROM " + StageName(stage - 1) + close;
     }
     return text + "\nSELECT key_001 FROM " + StageName(fnStages.starts.size() - 1) + ")";
   }

@@ -11,9 +11,9 @@
 namespace TreeOut_800 {
 namespace {
 
-constexpr int kSingleExpressionRoom = 80;
-constexpr int kFirstStageRoom = 70;
-constexpr int kLaterStageRoom = 58;
+constexpr int kSingleExpressionRoom = 78;
+constexpr int kFirstStageRoom = 72;
+constexpr int kLaterStageRoom = 62;
 
 int BranchUnits(int branch) { return branch == 0 ? 5 : 7; }
 
