@@ -1,0 +1,247 @@
+// The one-pass SQL, the SELECT and the UPDATE, run by SQLite over probe
+// records, gives every record the node, prediction and probability that the
+// host's scoring gives it, records that stop at inner nodes included, under
+// each stop setting, in one expression and in stages. So do the per-leaf
+// update statements followed by the stop statements.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include "../output/outputmodels.h"
+#include "../support/psppscript.h"
+#include "../support/sqliterecords.h"
+#include "onepasscheck.h"
+#include "refhost/builder.h"
+#include "refhost/dates.h"
+#include "refhost/numbertext.h"
+#include "refhost/pmml/pmmlmodel.h"
+
+namespace {
+
+using mdt_800::Variant;
+using onepasstest::Outcome;
+using onepasstest::Records;
+using TreeOut_800::OnePassSettings;
+using TreeOut_800::OnePassWriter;
+
+TreeOut_800::RuleExportOptions Options(int dialect, int update) {
+  return outputtest::Options(dialect, update, 0, 1);
+}
+
+// Settings 0-3: the two stop settings in every combination; odd ones force
+// stages of two levels, and 3 numbers the nodes with repeated numbers.
+OnePassSettings Settings(refhost::Model const& model, int combination) {
+  OnePassSettings settings;
+  settings.fnStopMissing = combination & 1;
+  settings.fnStopOther = (combination >> 1) & 1;
+  settings.fnMaxNesting = combination % 2 == 1 ? 2 : 0;
+  if (combination == 3) {
+    for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
+      settings.fnNodeNumbers[node] = 1000 + static_cast<int>(node->GetId() % 4);
+    }
+  }
+  return settings;
+}
+
+// Loads `records` into a table whose columns are named as `columns`, runs
+// `text` (an UPDATE when `update`) and reads every record's answer.
+std::vector<Outcome> RunSql(std::vector<mdt_800::Variable> const& columns, Records const& records,
+                            std::string const& text, bool update,
+                            std::function<void(testsupport::SqliteRecords&)> const& before = {}) {
+  testsupport::SqliteRecords table(columns);
+  for (auto const& record : records) table.Insert(record);
+  std::vector<std::vector<Variant>> rows;
+  std::size_t first = 0;  // the column of nod_001
+  if (update) {
+    table.Run(
+        "ALTER TABLE <TABLE> ADD COLUMN nod_001 INTEGER; ALTER TABLE <TABLE> ADD COLUMN "
+        "pre_001; ALTER TABLE <TABLE> ADD COLUMN prb_001 REAL;");
+    if (before) before(table);
+    table.Run(text);
+    rows = table.Rows("SELECT nod_001, pre_001, prb_001 FROM <TABLE> ORDER BY _id");
+  } else {
+    rows = table.Rows(text);
+    std::sort(rows.begin(), rows.end(), [](auto const& a, auto const& b) {
+      return static_cast<long>(a[0]) < static_cast<long>(b[0]);
+    });
+    first = columns.size() + 1;
+  }
+  std::vector<Outcome> outcomes;
+  for (auto const& row : rows) {
+    Outcome outcome{
+        row.at(first).GetType() == Variant::TYPE_NONE ? -1L : static_cast<long>(row[first]),
+        row.at(first + 1)};
+    if (row.size() > first + 2 && row[first + 2].GetType() != Variant::TYPE_NONE) {
+      outcome.probability = row[first + 2];
+    }
+    outcomes.push_back(outcome);
+  }
+  return outcomes;
+}
+
+int Depth(refhost::Model const& model) {
+  int depth = 0;
+  for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
+    int level = 0;
+    for (tree_800::Node const* node = it.Next(); node->GetParent(); node = node->GetParent())
+      ++level;
+    depth = std::max(depth, level);
+  }
+  return depth;
+}
+
+std::vector<std::function<refhost::Model()>> BuiltModels() {
+  std::vector<std::function<refhost::Model()>> models = {
+      outputtest::RegionModel,
+      outputtest::CompositionModel,
+      outputtest::RichModel,
+      [] { return outputtest::ThreeLeaves(outputtest::Target::kClass); },
+      [] { return outputtest::ThreeLeaves(outputtest::Target::kValue); },
+      [] { return outputtest::ThreeLeaves(outputtest::Target::kDate); }};
+  for (unsigned seed = 1; seed <= 16; ++seed) {
+    models.push_back([seed] { return onepasstest::RandomModel(seed, static_cast<int>(seed % 4)); });
+  }
+  return models;
+}
+
+TEST(OnePassSql, GivesEveryRecordTheHostsAnswer) {
+  auto const models = BuiltModels();
+  for (std::size_t m = 0; m < models.size(); ++m) {
+    refhost::Model const model = models[m]();
+    Records const records = onepasstest::ProbeRecords(model, 400, static_cast<unsigned>(m));
+    OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
+    for (int combination = 0; combination < 4; ++combination) {
+      OnePassSettings const settings = Settings(model, combination);
+      auto const expected = onepasstest::HostOutcomes(model, records, settings,
+                                                      onepasstest::BySettings(model, settings));
+      for (int update : {0, 1}) {
+        std::string const text = writer.ExportOnePass(Options(0, update), settings).Str();
+        if (settings.fnMaxNesting == 2 && Depth(model) > 2) {
+          EXPECT_NE(text.find("stg_002(key_001) AS (SELECT CASE key_001"), std::string::npos)
+              << text;
+        }
+        onepasstest::ExpectSameOutcomes(
+            expected, RunSql(model.GetMetadata().GetVariables(), records, text, update != 0),
+            records,
+            "model " + std::to_string(m) + ", settings " + std::to_string(combination) + ":\n" +
+                text);
+        if (HasFailure()) return;
+      }
+    }
+  }
+}
+
+TEST(OnePassSql, LeafUpdatesAndStopStatementsStampEveryRecord) {
+  auto const models = BuiltModels();
+  for (std::size_t m = 2; m < models.size(); m += 3) {
+    refhost::Model const model = models[m]();
+    Records const records = onepasstest::ProbeRecords(model, 400, static_cast<unsigned>(m));
+    OnePassSettings const settings = Settings(model, static_cast<int>(m % 4));
+    TreeOut_800::RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+    std::string script;
+    for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
+      if (node->GetNumChildren() > 0) continue;
+      TreeOut_800::RulesNodeSelection selection;
+      auto const numbered = settings.fnNodeNumbers.find(node);
+      selection.AddNode(node, numbered == settings.fnNodeNumbers.end()
+                                  ? static_cast<int>(node->GetId())
+                                  : numbered->second);
+      script += adapter.ExportRules(Options(0, 1), selection).Str() + "\n";
+    }
+    OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
+    script += writer.ExportStopStatements(Options(0, 1), settings).Str();
+    // The leaves' statements write probabilities with six decimals.
+    onepasstest::ExpectSameOutcomes(
+        onepasstest::HostOutcomes(model, records, settings,
+                                  onepasstest::BySettings(model, settings)),
+        RunSql(model.GetMetadata().GetVariables(), records, script, true), records,
+        "model " + std::to_string(m) + ":\n" + script, 1e-6);
+  }
+}
+
+// The PMML models of the test data with their records, and the stop settings
+// that their missing-value and no-true-child strategies give.
+TEST(OnePassSql, ScoresPmmlModelsAsTheirStrategiesSay) {
+  for (auto const& [file, data] : std::vector<std::pair<std::string, std::string>>{
+           {"trained/rpart_cu_class/model.pmml", "trained/rpart_cu_class/data.csv"},
+           {"trained/rpart_airq_reg_code99/model.pmml", "trained/rpart_airq_reg_code99/data.csv"},
+           {"trained/rpart_solder_class/model.pmml", "trained/rpart_solder_class/data.csv"},
+           {"trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv"},
+           {"external/AuditTree.xml", "external/AuditTree.expected.csv"},
+           {"external/IrisTree.xml", "external/IrisTree.expected.csv"},
+           {"external/single_audit_dectree.xml", "external/single_audit_dectree.expected.csv"},
+           {"external/single_iris_dectree.xml", "external/single_iris_dectree.expected.csv"}}) {
+    SCOPED_TRACE(file);
+    refhost::PmmlModel pmml = refhost::LoadPmmlFile(std::string(TREEOUT_TEST_DATA) + "/" + file);
+    refhost::Model& model = pmml.MutableModel();
+    Records records = onepasstest::CsvRecords(pmml, std::string(TREEOUT_TEST_DATA) + "/" + data);
+    Records const probes = onepasstest::ProbeRecords(model, 300, 7);
+    records.insert(records.end(), probes.begin(), probes.end());
+    OnePassSettings const settings = onepasstest::PmmlSettings(pmml);
+    auto const expected = onepasstest::HostOutcomes(
+        model, records, settings,
+        [&pmml](tree_800::Node const& node, refhost::Record const& record) {
+          return pmml.PredictsNothing(node, record);
+        });
+    std::vector<mdt_800::Variable> const columns = model.GetMetadata().GetVariables();
+    onepasstest::RenameVariables(model, TreeOut_800::DIALECT_SQL);
+    OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
+    for (int update : {0, 1}) {
+      std::string const text = writer.ExportOnePass(Options(0, update), settings).Str();
+      onepasstest::ExpectSameOutcomes(expected, RunSql(columns, records, text, update != 0),
+                                      records, text);
+    }
+  }
+}
+
+// A chain of 100,000 levels: each inner node sends x up to its cut to a leaf
+// and the rest on. The text is made without recursion, in time linear in the
+// depth, splits into stages and runs in SQLite. The cuts repeat every 100
+// levels: SQLite compiles each distinct number once and finds it again by a
+// search through those before it, so 100,000 distinct cuts alone would take
+// it minutes.
+TEST(OnePassSql, HundredThousandLevelChainRunsInStages) {
+  auto chain = [](unsigned levels) {
+    refhost::ModelBuilder b;
+    int const x = b.Scale("x");
+    b.ClassTarget("t", {"a", "b"});
+    for (unsigned level = 0; level < levels; ++level) {
+      b.Node(2 * level)
+          .SplitOrdinal(x, {static_cast<double>(level % 100)})
+          .Children({2 * level + 1, 2 * level + 2});
+      b.Node(2 * level).Predict(1, {0.5, 0.5});
+      b.Node(2 * level + 1).Predict(2, {0.25, 0.75});
+    }
+    b.Node(2 * levels).Predict(1, {1.0, 0.0});
+    return b.Build();
+  };
+  auto timed = [](refhost::Model const& model, OnePassSettings const& settings, double* seconds) {
+    auto const start = std::chrono::steady_clock::now();
+    std::string text = OnePassWriter(&model.GetTree(), &model.GetMetadata())
+                           .ExportOnePass(Options(0, 0), settings)
+                           .Str();
+    *seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return text;
+  };
+  OnePassSettings const settings;
+  refhost::Model const small = chain(10000);
+  refhost::Model const model = chain(100000);
+  double smallSeconds = 0, seconds = 0;
+  std::string const smallText = timed(small, settings, &smallSeconds);
+  std::string const text = timed(model, settings, &seconds);
+  EXPECT_LT(text.size(), 11 * smallText.size());
+  EXPECT_LT(seconds, 30 * smallSeconds + 1.0) << smallSeconds << " s for 10,000 levels";
+  EXPECT_NE(text.find("stg_1000(key_001) AS MATERIALIZED (SELECT CASE key_001"), std::string::npos);
+  Records const records = {{0.5, Variant()},     {Variant(), Variant()}, {70000.0, Variant()},
+                           {99999.5, Variant()}, {1e9, Variant()},       {-1.0, Variant()}};
+  onepasstest::ExpectSameOutcomes(
+      onepasstest::HostOutcomes(model, records, settings, onepasstest::BySettings(model, settings)),
+      RunSql(model.GetMetadata().GetVariables(), records, text, false), records, "the chain");
+}
+
+}  // namespace
