@@ -4,13 +4,16 @@
 // structure in the generic dialect's words.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
 #include <sstream>
 
 #include "../output/outputmodels.h"
 #include "../support/psppscript.h"
 #include "onepasscheck.h"
 #include "refhost/numbertext.h"
+#include "scoring/rulefactory.h"
 
 namespace {
 
@@ -82,6 +85,36 @@ TEST(OnePassVeld, PmmlModelsInPspp) {
                                    .ExportOnePass(outputtest::Options(1, 0, 0, 1), settings)
                                    .Str();
     onepasstest::ExpectSameOutcomes(expected, RunVeld(model, records, script), records, name);
+  }
+}
+
+// The VELD stop statements alone stamp exactly the cases that stop at inner
+// nodes, and leave every other case unset.
+TEST(OnePassVeld, StopStatementsStampTheCasesThatStopInPspp) {
+  if (!testsupport::PsppAvailable())
+    GTEST_SKIP() << "pspp is not installed; tools/deps installs it";
+  for (unsigned seed : {31u, 32u, 33u}) {
+    refhost::Model model = onepasstest::RandomModel(seed, 0);
+    onepasstest::RenameVariables(model, TreeOut_800::DIALECT_VELD);
+    Records const records = onepasstest::ProbeRecords(model, 300, seed);
+    OnePassSettings settings;
+    settings.fnStopMissing = TreeOut_800::STOP_NO_PREDICTION;
+    std::vector<Outcome> expected = onepasstest::HostOutcomes(
+        model, records, settings, onepasstest::BySettings(model, settings));
+    std::unique_ptr<TreeOut_800::RecordClassifier> const classifier(
+        TreeOut_800::RuleFactory::CreateRecordClassifier(&model.GetTree(), &model.GetMetadata()));
+    for (std::size_t r = 0; r < records.size(); ++r) {
+      if (classifier->Score(refhost::MakeRecord(records[r]))->GetNumChildren() == 0) {
+        expected[r] = {-1, Variant()};
+      }
+    }
+    ASSERT_TRUE(std::any_of(expected.begin(), expected.end(),
+                            [](Outcome const& outcome) { return outcome.node >= 0; }));
+    std::string const script = "STRING pre_001 (A8).\n" +
+                               OnePassWriter(&model.GetTree(), &model.GetMetadata())
+                                   .ExportStopStatements(outputtest::Options(1, 1, 0, 1), settings)
+                                   .Str();
+    onepasstest::ExpectSameOutcomes(expected, RunVeld(model, records, script), records, script);
   }
 }
 
