@@ -16,7 +16,9 @@
 #include "onepasscheck.h"
 #include "refhost/builder.h"
 #include "refhost/dates.h"
+#include "refhost/faults.h"
 #include "refhost/numbertext.h"
+#include "refhost/objectcounts.h"
 #include "refhost/pmml/pmmlmodel.h"
 
 namespace {
@@ -242,6 +244,48 @@ TEST(OnePassSql, HundredThousandLevelChainRunsInStages) {
   onepasstest::ExpectSameOutcomes(
       onepasstest::HostOutcomes(model, records, settings, onepasstest::BySettings(model, settings)),
       RunSql(model.GetMetadata().GetVariables(), records, text, false), records, "the chain");
+}
+
+}  // namespace
+
+namespace {
+
+// A host operation that throws part-way reaches the caller; everything the
+// writer obtained from the host is released, and the same writer then writes
+// what a fresh one does.
+TEST(OnePassWriter, HostFaultsPassThroughAndNothingLeaks) {
+  refhost::Model const model = outputtest::RichModel();
+  OnePassSettings settings;
+  settings.fnStopMissing = TreeOut_800::STOP_NO_PREDICTION;
+  auto write = [&](OnePassWriter const& writer) {
+    return writer.ExportOnePass(Options(0, 0), settings).Str() +
+           writer.ExportStopStatements(Options(1, 1), settings).Str();
+  };
+  std::string const expected = write(OnePassWriter(&model.GetTree(), &model.GetMetadata()));
+  int faults = 0;
+  for (char const* operation : {"GetSplitRule", "GetSurrogate", "GetMappedValues", "GetIterator",
+                                "Next", "Decode", "GetItems", "Format", "EncodedValues"}) {
+    for (long nth = 1;; ++nth) {
+      long const before = refhost::LiveObjects();
+      bool fired = false;
+      {
+        OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
+        {
+          refhost::FaultGuard const guard(operation, nth);
+          try {
+            write(writer);
+          } catch (std::runtime_error const&) {
+          }
+          fired = refhost::FaultFired();
+        }
+        EXPECT_EQ(write(writer), expected) << operation << " call " << nth;
+      }
+      EXPECT_EQ(refhost::LiveObjects(), before) << operation << " call " << nth;
+      if (!fired) break;
+      ++faults;
+    }
+  }
+  EXPECT_GT(faults, 100);
 }
 
 }  // namespace
