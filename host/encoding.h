@@ -1,5 +1,8 @@
 // Host encoding types: items, encoding sets, lists of sets, missing values and
-// encoders (raw value to category code and back).
+// encoders (raw value to category code and back). Items, sets and lists are
+// value types whose copies are independent; constructing, copying and adding
+// may throw std::bad_alloc. "May throw" below means any std::exception, with
+// the object left as it was. Nothing here is thread-safe unless said otherwise.
 #pragma once
 
 #include <memory>
@@ -19,6 +22,7 @@ class EncodingItem {
   EncodingItem& operator=(EncodingItem const& other);
   virtual ~EncodingItem();
 
+  // Valid while this item lives and is not assigned to.
   Variant const& GetValue() const;
   bool IsInclusive() const;
   void SetInclusive(bool inclusive);
@@ -34,9 +38,10 @@ class EncodingItem {
 class EncodingSet {
  public:
   virtual ~EncodingSet();
-  // The items in stored order, as a new vector.
+  // The items in stored order, as a new vector. May throw.
   virtual std::vector<EncodingItem> GetItems() const = 0;
-  // A new copy of the set of the same dynamic type; owned by the caller.
+  // A new copy of the set of the same dynamic type, which the caller owns and
+  // deletes. May throw.
   virtual EncodingSet* Clone() const = 0;
 
  protected:
@@ -53,7 +58,8 @@ class DiscreteValues : public EncodingSet {
   std::vector<EncodingItem> GetItems() const override;
   EncodingSet* Clone() const override;
   void AddItem(EncodingItem const& item);  // appends a copy
-  // The items in stored order, owned by the set (no copy).
+  // The items in stored order, owned by the set (no copy): valid until the set
+  // is destroyed or an item is added. Does not throw.
   std::vector<EncodingItem> const& GetItemList() const;
 
  private:
@@ -85,12 +91,14 @@ class EncodingSets {
   ~EncodingSets();
 
   void AddEncodingSet(EncodingSet const& set);  // appends a copy
-  // The sets in stored order, owned by the list.
+  // The sets in stored order, owned by the list: valid until the list is
+  // destroyed, assigned to or added to. Does not throw.
   std::vector<std::unique_ptr<EncodingSet>> const& GetEncodingSetList() const;
-  // A new copy of the first set of kind Interval, or null; owned by the caller.
+  // A new copy of the first set of kind Interval, or null; the caller owns and
+  // deletes it. May throw.
   Interval* GetFirstInterval() const;
   // A new copy of the first item value of the first DiscreteValues set, or
-  // null; owned by the caller.
+  // null; the caller owns and deletes it. May throw.
   Variant* GetFirstValue() const;
 
  private:
@@ -102,6 +110,7 @@ class MissingValues {
  public:
   explicit MissingValues(EncodingSets const& sets);
   ~MissingValues();
+  // Never null; owned by this object and valid while it lives. Does not throw.
   EncodingSets const* GetEncodingSets() const;
 
  private:
@@ -109,15 +118,18 @@ class MissingValues {
 };
 
 // Turns a raw value into the number that the tree's split rules see, and a
-// code back into the values that it stands for.
+// code back into the values that it stands for. Implementations give the same
+// answer to the same question for as long as the encoder lives.
 class Encoder {
  public:
   // The code of a raw value; system-missing for a value without content, a
-  // user-missing value, or a category the encoder does not know.
+  // user-missing value, or a category the encoder does not know. May throw.
   virtual double Encode(Variant const& value) const = 0;
   // The value or values that a code stands for; empty for an unknown code.
+  // May throw.
   virtual EncodingSets Decode(double code) const = 0;
-  // The user-missing values, or null when there are none. Owned by the encoder.
+  // The user-missing values, or null when there are none; owned by the encoder
+  // and valid while it lives. Does not throw.
   virtual MissingValues const* GetMissingValues() const = 0;
   virtual ~Encoder();
 };
@@ -125,7 +137,7 @@ class Encoder {
 // An encoder over a finite set of category codes.
 class MapEncoder : public Encoder {
  public:
-  // Every category code, ascending.
+  // Every category code, ascending. May throw.
   virtual std::vector<int> EncodedValues() const = 0;
 };
 

@@ -1,4 +1,7 @@
-// Host text formatters for rule text.
+// Host text formatters: the library writes every number and date of its rule
+// text through these. Each may throw std::exception; callers release what they
+// hold and discard the text they were writing. Nothing here is thread-safe
+// unless said otherwise.
 #pragma once
 
 #include <string>

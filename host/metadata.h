@@ -1,4 +1,6 @@
 // Host model metadata: the variables of a model and the model's metadata.
+// Nothing here is thread-safe unless said otherwise. "May throw" means any
+// std::exception, with the object left as it was.
 #pragma once
 
 #include <string>
@@ -10,8 +12,11 @@
 
 namespace mdt_800 {
 
-// One variable of a model. A value type stored in the metadata's sequence; the
-// encoder is owned by whoever owns the metadata.
+// One variable of a model. A value type stored in the metadata's sequence;
+// constructing, copying and the setters may throw std::bad_alloc. The encoder
+// is not owned by the variable: whoever owns the metadata keeps it alive for
+// as long as the metadata lives. The getters other than GetValueLabel do not
+// throw; references they return are valid while the variable lives unchanged.
 class Variable {
  public:
   enum Storage { STORAGE_NUMERIC = 0, STORAGE_STRING = 1 };
@@ -27,13 +32,13 @@ class Variable {
   int GetStorageType() const;           // 0 numeric, 1 string
   int GetMeasurementLevel() const;      // 0 nominal, else ordered
   Encoder const* GetEncoding() const;   // null: values reach the tree as they are
-  // The label of a value, empty when it has none.
+  // The label of a value, empty when it has none. May throw.
   std::string GetValueLabel(Variant const& value) const;
   bool IsDate() const;
 
   void SetName(std::string name);
   void SetLabel(std::string label);
-  void SetEncoding(Encoder const* encoder);
+  void SetEncoding(Encoder const* encoder);  // not owned; null for none
   void AddValueLabel(Variant const& value, std::string label);
   void SetDate(bool isDate);
 
@@ -47,12 +52,13 @@ class Variable {
   bool fnIsDate;
 };
 
-// The metadata of one model.
+// The metadata of one model. Neither operation throws; what they return is
+// owned by the metadata and valid while it lives.
 class ModelMetadata {
  public:
   // The target, or null when the model has none.
   virtual Variable const* GetTarget() const = 0;
-  // The variables in model order; the sequence lives as long as the metadata.
+  // The variables in model order; variable i is value i + 1 of a record.
   virtual std::vector<Variable> const& GetVariables() const = 0;
   virtual ~ModelMetadata();
 };

@@ -1,4 +1,6 @@
-// Host record and version types.
+// Host record and version types: value types that throw nothing but
+// std::bad_alloc when constructed or copied. Nothing here is thread-safe
+// unless said otherwise.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +11,8 @@
 namespace MCTree_800 {
 
 // One data record: a contiguous array of values read by element index.
+// References and GetValues() stay valid while the record lives and is not
+// assigned to. REQUIRES for operator[]: index < GetSize().
 template <class T>
 class TRecord {
  public:

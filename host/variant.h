@@ -1,4 +1,7 @@
 // Host value holders: Variant (one typed value) and Value (an ordered value).
+// Both are value types: a copy is independent of its source. Constructors,
+// copies and assignments may throw std::bad_alloc; nothing else here throws.
+// Nothing here is thread-safe unless said otherwise.
 #pragma once
 
 #include <string>
@@ -23,7 +26,8 @@ class Variant {
   int GetType() const;
   // The held value. A number converts to the other number type; a string or an
   // empty Variant converts to 0. operator std::string const& gives the empty
-  // string for anything but a string.
+  // string for anything but a string; the reference is valid while this
+  // Variant lives and is not assigned to.
   operator double() const;
   operator long() const;
   operator std::string const&() const;
@@ -50,6 +54,7 @@ class Value {
   Value& operator=(Value const& other);
   ~Value();
 
+  // Valid while this Value lives and is not assigned to.
   Variant const& GetValue() const;
   bool operator<(Value const& other) const;
   bool operator>(Value const& other) const;

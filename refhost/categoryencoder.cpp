@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "host/systemmissing.h"
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 
 namespace refhost {
 

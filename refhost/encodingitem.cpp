@@ -3,7 +3,7 @@
 
 #include "host/encoding.h"
 #include "refhost/extremes.h"
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 
 namespace mdt_800 {
 

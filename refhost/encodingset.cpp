@@ -1,7 +1,6 @@
 // Encoding sets: the abstract set, single values and ranges.
 #include "host/encoding.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 
 namespace mdt_800 {
 

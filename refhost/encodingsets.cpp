@@ -2,8 +2,7 @@
 #include <typeinfo>
 
 #include "host/encoding.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 
 namespace mdt_800 {
 

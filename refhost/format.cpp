@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "refhost/dates.h"
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 #include "refhost/numbertext.h"
 
 namespace atg_800 {

@@ -1,7 +1,7 @@
 // Tree-side host classes: node statistics, record dropping, the prefix walk.
 #include "host/node.h"
 
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 
 namespace tree_800 {
 

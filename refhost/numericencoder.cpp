@@ -1,7 +1,7 @@
 #include "refhost/numericencoder.h"
 
 #include "host/systemmissing.h"
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 
 namespace refhost {
 

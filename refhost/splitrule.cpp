@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 #include "refhost/valuesets.h"
 
 namespace tree_800 {

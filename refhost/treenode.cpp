@@ -1,7 +1,18 @@
+// Routing. RouteRecord picks the child that takes a record at this node; the
+// record is one encoded double per model variable, system-missing where a
+// value is missing. The primary split places it by its value; when the value
+// is system-missing or the split maps it to no child, the split's
+// missing-value child takes it, if there is one. Failing that, each surrogate
+// is tried in order by the same rule, and failing all of them the default
+// (dumb-rule) child takes it. A leaf, or a node where all of this finds no
+// child, keeps the record: it stops there, and DropObservationThroughTree
+// (node.cpp) returns that node. The order is the one the library's rule text
+// spells out edge by edge (missing-value child before the surrogates,
+// surrogates in order, default child last), so that text and scores agree.
 #include "refhost/treenode.h"
 
 #include "host/systemmissing.h"
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 
 namespace refhost {
 namespace {

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 
 namespace tree_800 {
 

@@ -1,6 +1,6 @@
 // A variable of the model metadata.
 #include "host/metadata.h"
-#include "refhost/faults.h"
+#include "refhost/hooks.h"
 
 namespace mdt_800 {
 

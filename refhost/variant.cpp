@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "refhost/objectcounts.h"
+#include "refhost/hooks.h"
 
 namespace mdt_800 {
 

@@ -16,10 +16,10 @@
 #include "onepasscheck.h"
 #include "refhost/builder.h"
 #include "refhost/dates.h"
-#include "refhost/faults.h"
 #include "refhost/numbertext.h"
-#include "refhost/objectcounts.h"
 #include "refhost/pmml/pmmlmodel.h"
+#include "tests/support/faults.h"
+#include "tests/support/objectcounts.h"
 
 namespace {
 

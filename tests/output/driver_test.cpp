@@ -10,8 +10,8 @@
 
 #include "output/linewrap.h"
 #include "outputmodels.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "tests/support/faults.h"
+#include "tests/support/objectcounts.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include "host/format.h"
 #include "refhost/builder.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "tests/support/faults.h"
+#include "tests/support/objectcounts.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 
 #include "host/systemmissing.h"
 #include "refhost/builder.h"
-#include "refhost/faults.h"
 #include "refhost/metadata.h"
 #include "refhost/records.h"
 #include "scoring/recordclassifierimp.h"
 #include "scoring/rulefactory.h"
+#include "tests/support/faults.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // objects than before it: whatever a test makes, it must also release.
 #include <gtest/gtest.h>
 
-#include "refhost/objectcounts.h"
+#include "tests/support/objectcounts.h"
 
 namespace {
 

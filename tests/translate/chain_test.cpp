@@ -7,8 +7,8 @@
 #include <string>
 
 #include "hosttestutil.h"
-#include "refhost/faults.h"
-#include "refhost/objectcounts.h"
+#include "tests/support/faults.h"
+#include "tests/support/objectcounts.h"
 #include "translate/attemptchain.h"
 #include "translate/ruleexportmanager.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "hosttestutil.h"
-#include "refhost/faults.h"
+#include "tests/support/faults.h"
 #include "translate/attemptchain.h"
 #include "translate/ruleexportmanager.h"
 

@@ -1,14 +1,13 @@
-#include "refhost/faults.h"
+// The fault switch behind the host's FaultPoint hook. One switch per process:
+// tests run one at a time.
+#include "tests/support/faults.h"
 
 #include <stdexcept>
 
 namespace refhost {
-namespace detail {
-bool gFaultArmed = false;
-}  // namespace detail
-
 namespace {
 
+bool gArmed = false;
 std::string gOperation;
 long gNth = 0;
 long gCalls = 0;
@@ -21,11 +20,11 @@ void FailOn(std::string const& operation, long nth) {
   gNth = nth;
   gCalls = 0;
   gFired = false;
-  detail::gFaultArmed = true;
+  gArmed = true;
 }
 
 void ClearFaults() {
-  detail::gFaultArmed = false;
+  gArmed = false;
   gOperation.clear();
   gCalls = 0;
   gFired = false;
@@ -33,10 +32,10 @@ void ClearFaults() {
 
 bool FaultFired() { return gFired; }
 
-void detail::CountCall(char const* operation) {
-  if (gOperation != operation) return;
+void FaultPoint(char const* operation) {
+  if (!gArmed || gOperation != operation) return;
   if (++gCalls != gNth) return;
-  gFaultArmed = false;
+  gArmed = false;
   gFired = true;
   throw std::runtime_error("refhost fault: " + gOperation + " call " + std::to_string(gNth));
 }

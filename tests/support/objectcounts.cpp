@@ -1,4 +1,6 @@
-#include "refhost/objectcounts.h"
+// The live-object counters behind the host's CountCreated and CountDestroyed
+// hooks.
+#include "tests/support/objectcounts.h"
 
 namespace refhost {
 namespace {

@@ -1,8 +1,11 @@
-// Fault injection: a test arms one named host operation to throw on its Nth
-// call, to check that callers release what they hold when the host throws.
+// Fault injection for the test build of the reference host: a test arms one
+// named host operation to throw on its Nth call, to check that callers release
+// what they hold when the host throws.
 #pragma once
 
 #include <string>
+
+#include "refhost/hooks.h"
 
 namespace refhost {
 
@@ -23,16 +26,5 @@ class FaultGuard {
   FaultGuard(FaultGuard const&) = delete;
   FaultGuard& operator=(FaultGuard const&) = delete;
 };
-
-namespace detail {
-extern bool gFaultArmed;
-void CountCall(char const* operation);
-}  // namespace detail
-
-// Called at the start of each checked host operation: one branch when nothing
-// is armed.
-inline void FaultPoint(char const* operation) {
-  if (detail::gFaultArmed) detail::CountCall(operation);
-}
 
 }  // namespace refhost

@@ -1,0 +1,60 @@
+// The engine check: a model's records loaded as a table, the tool's text for
+// the model run by an engine, and the result compared with `treeout score`.
+// The tool is driven as a program (its path is TREEOUT_PROGRAM).
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "engines.h"
+
+namespace enginecheck {
+
+// A model and its records, as paths under the test data folder.
+struct ModelFiles {
+  char const* name;
+  char const* model;
+  char const* data;
+};
+inline void PrintTo(ModelFiles const& files, std::ostream* out) { *out << files.name; }
+
+// How the tool is asked for text, beyond `--dialect sql --table TABLE`.
+struct Options {
+  std::string table = "records";   // created with exactly this name
+  std::vector<std::string> flags;  // more `treeout rules` options, e.g. --quote-names always
+  bool addColumns = false;         // the update script adds its own columns (--add-columns)
+};
+
+struct Score {
+  std::string node, prediction, probability;  // as `treeout score` writes them
+};
+
+// What the checks need of one model, all of it engine-independent.
+struct Model {
+  std::string name;
+  Options options;
+  std::vector<testsupport::Column> columns;  // one per variable of the model
+  std::vector<testsupport::Row> rows;        // one per record of the data
+  std::vector<Score> scores;                 // one per record
+  bool classification = false;
+  bool sixDecimals = false;             // the update script writes probabilities as "%f" does
+  std::vector<std::string> leaves;      // node ids, in prefix order
+  std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
+  std::string update;                   // `treeout rules --update`, every leaf
+};
+
+// The model of `files` with the tool's text for `options`, made once per
+// test program. A column is created under the variable's name, or under its
+// lower-case form when the tool writes the name unquoted (as PostgreSQL folds
+// an unquoted name, so that a table created by hand is found).
+Model const& Prepared(ModelFiles const& files, Options const& options);
+
+// Every leaf's SELECT returns exactly the records scored at that leaf.
+void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
+
+// The whole update script gives every record the node, prediction and
+// probability that scoring gives.
+void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
+
+}  // namespace enginecheck
