@@ -6,9 +6,11 @@
 // expression holds is scored in stages inside a scalar subquery: a chain of
 // common table expressions, each carrying the key or, for the records that go
 // deeper, the negative code of the node where they continue.
-// Only CASE, comparisons, IS NULL, AND/OR/NOT, CTEs and VALUES are used, which
-// SQLite, PostgreSQL and DuckDB share; the first VALUES row casts its numbers
-// to DOUBLE PRECISION so that every engine types the column as a double.
+// Beyond CASE, comparisons, IS NULL, AND/OR/NOT, CTEs and VALUES the text uses
+// only a LEFT JOIN, UPDATE ... FROM, CAST, LIMIT/OFFSET and MATERIALIZED, which
+// SQLite (3.35 on), PostgreSQL (12 on) and DuckDB share. The first VALUES row
+// casts its numbers to DOUBLE PRECISION so that every engine types the column
+// as a double.
 #include <utility>
 #include <vector>
 
