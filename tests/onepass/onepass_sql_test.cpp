@@ -1,8 +1,9 @@
-// The one-pass SQL, the SELECT and the UPDATE, run by SQLite over probe
-// records, gives every record the node, prediction and probability that the
-// host's scoring gives it, records that stop at inner nodes included, under
-// each stop setting, in one expression and in stages. So do the per-leaf
-// update statements followed by the stop statements.
+// The one-pass SQL, the SELECT and the UPDATE, run by SQLite, PostgreSQL and
+// DuckDB (the shared engine harness) over probe records, gives every record
+// the node, prediction and probability that the host's scoring gives it,
+// records that stop at inner nodes included, under each stop setting, in one
+// expression and in inline and materialised stages. So do the per-leaf update
+// statements followed by the stop statements.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -12,7 +13,7 @@
 
 #include "../output/outputmodels.h"
 #include "../support/psppscript.h"
-#include "../support/sqliterecords.h"
+#include "engines.h"
 #include "onepasscheck.h"
 #include "refhost/builder.h"
 #include "refhost/dates.h"
@@ -26,6 +27,7 @@ namespace {
 using mdt_800::Variant;
 using onepasstest::Outcome;
 using onepasstest::Records;
+using testsupport::EngineKind;
 using TreeOut_800::OnePassSettings;
 using TreeOut_800::OnePassWriter;
 
@@ -49,40 +51,19 @@ OnePassSettings Settings(refhost::Model const& model, int combination) {
   return settings;
 }
 
-// Loads `records` into a table whose columns are named as `columns`, runs
-// `text` (an UPDATE when `update`) and reads every record's answer.
-std::vector<Outcome> RunSql(std::vector<mdt_800::Variable> const& columns, Records const& records,
-                            std::string const& text, bool update,
-                            std::function<void(testsupport::SqliteRecords&)> const& before = {}) {
-  testsupport::SqliteRecords table(columns);
-  for (auto const& record : records) table.Insert(record);
-  std::vector<std::vector<Variant>> rows;
-  std::size_t first = 0;  // the column of nod_001
-  if (update) {
-    table.Run(
-        "ALTER TABLE <TABLE> ADD COLUMN nod_001 INTEGER; ALTER TABLE <TABLE> ADD COLUMN "
-        "pre_001; ALTER TABLE <TABLE> ADD COLUMN prb_001 REAL;");
-    if (before) before(table);
-    table.Run(text);
-    rows = table.Rows("SELECT nod_001, pre_001, prb_001 FROM <TABLE> ORDER BY _id");
-  } else {
-    rows = table.Rows(text);
-    std::sort(rows.begin(), rows.end(), [](auto const& a, auto const& b) {
-      return static_cast<long>(a[0]) < static_cast<long>(b[0]);
-    });
-    first = columns.size() + 1;
+// A chain of `levels` inner nodes: each sends x up to its cut to a leaf and
+// the rest on. The cuts repeat every 100 levels (see the 100,000-level test).
+refhost::Model Chain(unsigned levels) {
+  refhost::ModelBuilder b;
+  int const x = b.Scale("x");
+  b.ContinuousTarget("t");
+  for (unsigned level = 0; level < levels; ++level) {
+    b.Node(2 * level).SplitOrdinal(x, {level % 100 + 0.5}).Children({2 * level + 1, 2 * level + 2});
+    b.Node(2 * level).PredictValue(level / 3.0);
+    b.Node(2 * level + 1).PredictValue(-1.0 * level);
   }
-  std::vector<Outcome> outcomes;
-  for (auto const& row : rows) {
-    Outcome outcome{
-        row.at(first).GetType() == Variant::TYPE_NONE ? -1L : static_cast<long>(row[first]),
-        row.at(first + 1)};
-    if (row.size() > first + 2 && row[first + 2].GetType() != Variant::TYPE_NONE) {
-      outcome.probability = row[first + 2];
-    }
-    outcomes.push_back(outcome);
-  }
-  return outcomes;
+  b.Node(2 * levels).PredictValue(1e300);
+  return b.Build();
 }
 
 std::vector<std::function<refhost::Model()>> BuiltModels() {
@@ -99,7 +80,13 @@ std::vector<std::function<refhost::Model()>> BuiltModels() {
   return models;
 }
 
-TEST(OnePassSql, GivesEveryRecordTheHostsAnswer) {
+class OnePassSql : public testing::TestWithParam<EngineKind> {};
+
+// Every built model under every combination of settings in SQLite; in the
+// other engines one combination per model.
+TEST_P(OnePassSql, GivesEveryRecordTheHostsAnswer) {
+  testsupport::Engine* engine = testsupport::EngineForTest(GetParam());
+  if (engine == nullptr) return;
   auto const models = BuiltModels();
   int staged = 0;  // texts in inline stages
   for (std::size_t m = 0; m < models.size(); ++m) {
@@ -107,6 +94,7 @@ TEST(OnePassSql, GivesEveryRecordTheHostsAnswer) {
     Records const records = onepasstest::ProbeRecords(model, 400, static_cast<unsigned>(m));
     OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
     for (int combination = 0; combination < 4; ++combination) {
+      if (GetParam() != EngineKind::kSqlite && combination != static_cast<int>(m % 4)) continue;
       OnePassSettings const settings = Settings(model, combination);
       auto const expected = onepasstest::HostOutcomes(model, records, settings,
                                                       onepasstest::BySettings(model, settings));
@@ -114,18 +102,39 @@ TEST(OnePassSql, GivesEveryRecordTheHostsAnswer) {
         std::string const text = writer.ExportOnePass(Options(0, update), settings).Str();
         staged += text.find("stg_002(key_001) AS (SELECT CASE key_001") != std::string::npos;
         onepasstest::ExpectSameOutcomes(
-            expected, RunSql(model.GetMetadata().GetVariables(), records, text, update != 0),
+            expected, onepasstest::EngineOutcomes(*engine, model, records, text, update != 0),
             records,
-            "model " + std::to_string(m) + ", settings " + std::to_string(combination) + ":\n" +
-                text);
+            engine->Name() + ", model " + std::to_string(m) + ", settings " +
+                std::to_string(combination) + ":\n" + text);
         if (HasFailure()) return;
       }
     }
   }
-  EXPECT_GT(staged, 20);  // forced two-level stages split most trees
+  EXPECT_GT(staged, 8);  // forced two-level stages split most trees
+  // A chain of 20 stages is materialised.
+  refhost::Model const chain = Chain(40);
+  Records const records = onepasstest::ProbeRecords(chain, 100, 3);
+  OnePassSettings settings;
+  settings.fnMaxNesting = 2;
+  std::string const text = OnePassWriter(&chain.GetTree(), &chain.GetMetadata())
+                               .ExportOnePass(Options(0, 0), settings)
+                               .Str();
+  EXPECT_NE(text.find("stg_020(key_001) AS MATERIALIZED"), std::string::npos);
+  onepasstest::ExpectSameOutcomes(
+      onepasstest::HostOutcomes(chain, records, settings, onepasstest::BySettings(chain, settings)),
+      onepasstest::EngineOutcomes(*engine, chain, records, text, false), records, text);
 }
 
-TEST(OnePassSql, LeafUpdatesAndStopStatementsStampEveryRecord) {
+INSTANTIATE_TEST_SUITE_P(Engines, OnePassSql,
+                         testing::Values(EngineKind::kSqlite, EngineKind::kPostgres,
+                                         EngineKind::kDuckdb),
+                         [](testing::TestParamInfo<EngineKind> const& info) {
+                           return std::string(testsupport::EngineKindName(info.param));
+                         });
+
+TEST(OnePassSqlite, LeafUpdatesAndStopStatementsStampEveryRecord) {
+  testsupport::Engine* engine = testsupport::EngineForTest(EngineKind::kSqlite);
+  if (engine == nullptr) return;
   auto const models = BuiltModels();
   for (std::size_t m = 2; m < models.size(); m += 3) {
     refhost::Model const model = models[m]();
@@ -149,14 +158,16 @@ TEST(OnePassSql, LeafUpdatesAndStopStatementsStampEveryRecord) {
     onepasstest::ExpectSameOutcomes(
         onepasstest::HostOutcomes(model, records, settings,
                                   onepasstest::BySettings(model, settings)),
-        RunSql(model.GetMetadata().GetVariables(), records, script, true), records,
+        onepasstest::EngineOutcomes(*engine, model, records, script, true), records,
         "model " + std::to_string(m) + ":\n" + script, 1e-6);
   }
 }
 
 // The PMML models of the test data with their records, and the stop settings
 // that their missing-value and no-true-child strategies give.
-TEST(OnePassSql, ScoresPmmlModelsAsTheirStrategiesSay) {
+TEST_P(OnePassSql, ScoresPmmlModelsAsTheirStrategiesSay) {
+  testsupport::Engine* engine = testsupport::EngineForTest(GetParam());
+  if (engine == nullptr) return;
   for (auto const& [file, data] : std::vector<std::pair<std::string, std::string>>{
            {"trained/rpart_cu_class/model.pmml", "trained/rpart_cu_class/data.csv"},
            {"trained/rpart_airq_reg_code99/model.pmml", "trained/rpart_airq_reg_code99/data.csv"},
@@ -178,38 +189,25 @@ TEST(OnePassSql, ScoresPmmlModelsAsTheirStrategiesSay) {
         [&pmml](tree_800::Node const& node, refhost::Record const& record) {
           return pmml.PredictsNothing(node, record);
         });
-    std::vector<mdt_800::Variable> const columns = model.GetMetadata().GetVariables();
     onepasstest::RenameVariables(model, TreeOut_800::DIALECT_SQL);
     OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
     for (int update : {0, 1}) {
       std::string const text = writer.ExportOnePass(Options(0, update), settings).Str();
-      onepasstest::ExpectSameOutcomes(expected, RunSql(columns, records, text, update != 0),
-                                      records, text);
+      onepasstest::ExpectSameOutcomes(
+          expected, onepasstest::EngineOutcomes(*engine, model, records, text, update != 0),
+          records, engine->Name() + ":\n" + text);
     }
   }
 }
 
-// A chain of 100,000 levels: each inner node sends x up to its cut to a leaf
-// and the rest on. The text is made without recursion, in time linear in the
-// depth, splits into stages and runs in SQLite. The cuts repeat every 100
-// levels: SQLite compiles each distinct number once and finds it again by a
-// search through those before it, so 100,000 distinct cuts alone would take
-// it minutes.
-TEST(OnePassSql, HundredThousandLevelChainRunsInStages) {
-  auto chain = [](unsigned levels) {
-    refhost::ModelBuilder b;
-    int const x = b.Scale("x");
-    b.ClassTarget("t", {"a", "b"});
-    for (unsigned level = 0; level < levels; ++level) {
-      b.Node(2 * level)
-          .SplitOrdinal(x, {static_cast<double>(level % 100)})
-          .Children({2 * level + 1, 2 * level + 2});
-      b.Node(2 * level).Predict(1, {0.5, 0.5});
-      b.Node(2 * level + 1).Predict(2, {0.25, 0.75});
-    }
-    b.Node(2 * levels).Predict(1, {1.0, 0.0});
-    return b.Build();
-  };
+// A chain of 100,000 levels: the text is made without recursion, in time
+// linear in the depth, splits into stages and runs in SQLite. The cuts repeat
+// every 100 levels: SQLite compiles each distinct number once and finds it
+// again by a search through those before it, so 100,000 distinct cuts alone
+// would take it minutes.
+TEST(OnePassSqlite, HundredThousandLevelChainRunsInStages) {
+  testsupport::Engine* engine = testsupport::EngineForTest(EngineKind::kSqlite);
+  if (engine == nullptr) return;
   auto timed = [](refhost::Model const& model, OnePassSettings const& settings, double* seconds) {
     auto const start = std::chrono::steady_clock::now();
     std::string text = OnePassWriter(&model.GetTree(), &model.GetMetadata())
@@ -219,8 +217,8 @@ TEST(OnePassSql, HundredThousandLevelChainRunsInStages) {
     return text;
   };
   OnePassSettings const settings;
-  refhost::Model const small = chain(10000);
-  refhost::Model const model = chain(100000);
+  refhost::Model const small = Chain(10000);
+  refhost::Model const model = Chain(100000);
   double smallSeconds = 0, seconds = 0;
   std::string const smallText = timed(small, settings, &smallSeconds);
   std::string const text = timed(model, settings, &seconds);
@@ -231,7 +229,7 @@ TEST(OnePassSql, HundredThousandLevelChainRunsInStages) {
                            {99999.5, Variant()}, {1e9, Variant()},       {-1.0, Variant()}};
   onepasstest::ExpectSameOutcomes(
       onepasstest::HostOutcomes(model, records, settings, onepasstest::BySettings(model, settings)),
-      RunSql(model.GetMetadata().GetVariables(), records, text, false), records, "the chain");
+      onepasstest::EngineOutcomes(*engine, model, records, text, false), records, "the chain");
 }
 
 }  // namespace

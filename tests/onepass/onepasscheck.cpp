@@ -16,6 +16,7 @@
 #include "refhost/builder.h"
 #include "refhost/dates.h"
 #include "refhost/numbertext.h"
+#include "ruletext/ruleexportoptions.h"
 #include "scoring/rulefactory.h"
 
 namespace onepasstest {
@@ -209,6 +210,84 @@ std::vector<Outcome> HostOutcomes(refhost::Model const& model, Records const& re
       outcome.probability = stats->GetProbability(code);
     }
     if (node->GetNumChildren() > 0 && none(*node, record)) outcome = {outcome.node, Variant()};
+    outcomes.push_back(outcome);
+  }
+  return outcomes;
+}
+
+namespace {
+
+testsupport::Cell ToCell(Variant const& value, bool date) {
+  switch (value.GetType()) {
+    case Variant::TYPE_STRING:
+      return static_cast<std::string const&>(value);
+    case Variant::TYPE_NONE:
+      return std::monostate();
+    default:
+      if (date) return refhost::IsoFromDateNumber(value);
+      return static_cast<double>(value);
+  }
+}
+
+Variant ToVariant(testsupport::Cell const& cell) {
+  if (auto const* number = std::get_if<double>(&cell)) return *number;
+  if (auto const* text = std::get_if<std::string>(&cell)) return *text;
+  return Variant();
+}
+
+}  // namespace
+
+std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model const& model,
+                                    Records const& records, std::string text, bool update) {
+  auto const& variables = model.GetMetadata().GetVariables();
+  std::vector<testsupport::Column> columns;
+  for (auto const& variable : variables) {
+    std::string name = variable.GetName();
+    if (name[0] == '"') {
+      name = name.substr(1, name.size() - 2);
+    } else {
+      for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    bool const isText =
+        variable.GetStorageType() == mdt_800::Variable::STORAGE_STRING || variable.IsDate();
+    columns.push_back({name, isText ? testsupport::Column::kText : testsupport::Column::kDouble});
+  }
+  std::vector<testsupport::Row> rows;
+  for (auto const& record : records) {
+    rows.emplace_back();
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+      rows.back().push_back(ToCell(record[i], variables[i].IsDate()));
+    }
+  }
+  for (auto at = text.find("<TABLE>"); at != std::string::npos; at = text.find("<TABLE>", at)) {
+    text.replace(at, 7, "records");
+  }
+  engine.Load("records", columns, rows);
+  std::vector<testsupport::Row> answers;
+  std::size_t first = 0;  // the column of nod_001
+  if (update) {
+    // A regression value kept as a double; SQLite would round it as text.
+    bool const number = model.Root()->GetValueStatistics(0) != nullptr &&
+                        !model.GetMetadata().GetTarget()->IsDate();
+    engine.Run(std::string("ALTER TABLE records ADD COLUMN nod_001 INTEGER; ") +
+               "ALTER TABLE records ADD COLUMN pre_001 " + (number ? "DOUBLE PRECISION" : "TEXT") +
+               "; ALTER TABLE records ADD COLUMN prb_001 DOUBLE PRECISION;");
+    engine.Run(text);
+    answers = engine.Read("records", "nod_001, pre_001, prb_001");
+  } else {
+    answers = engine.Query(testsupport::SplitStatements(text).at(0));
+    std::sort(answers.begin(), answers.end(), [](auto const& a, auto const& b) {
+      return std::get<double>(a.at(0)) < std::get<double>(b.at(0));
+    });
+    first = columns.size() + 1;
+  }
+  std::vector<Outcome> outcomes;
+  for (auto const& row : answers) {
+    auto const* node = std::get_if<double>(&row.at(first));
+    Outcome outcome{node != nullptr ? static_cast<long>(*node) : -1L, ToVariant(row.at(first + 1))};
+    if (row.size() > first + 2 && std::holds_alternative<double>(row[first + 2])) {
+      outcome.probability = std::get<double>(row[first + 2]);
+    }
     outcomes.push_back(outcome);
   }
   return outcomes;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine.h"
 #include "host/variant.h"
 #include "output/onepasswriter.h"
 #include "refhost/model.h"
@@ -48,6 +49,14 @@ NoPrediction BySettings(refhost::Model const& model, TreeOut_800::OnePassSetting
 std::vector<Outcome> HostOutcomes(refhost::Model const& model, Records const& records,
                                   TreeOut_800::OnePassSettings const& settings,
                                   NoPrediction const& none);
+
+// Loads `records` as the table "records" of `engine`, runs `text` there (with
+// "records" in place of "<TABLE>"; an UPDATE script when `update`, after the
+// three columns are added) and reads every record's answer. Columns are named
+// as the text writes the model's variables: a quoted name as it stands, a
+// bare one in lower case, as PostgreSQL folds it.
+std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model const& model,
+                                    Records const& records, std::string text, bool update);
 
 // Adds a failure naming the first record whose answers differ; a date
 // prediction may come back as ISO text. Numbers may differ by `tolerance`

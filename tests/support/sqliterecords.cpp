@@ -27,15 +27,6 @@ Statement Prepare(sqlite3* db, std::string const& sql) {
 
 std::string Quoted(std::string const& name) { return "\"" + name + "\""; }
 
-std::string WithTable(std::string sql, std::string const& table) {
-  std::string const placeholder = "<TABLE>";
-  for (auto at = sql.find(placeholder); at != std::string::npos; at = sql.find(placeholder, at)) {
-    sql.replace(at, placeholder.size(), table);
-    at += table.size();
-  }
-  return sql;
-}
-
 }  // namespace
 
 SqliteRecords::SqliteRecords(std::vector<mdt_800::Variable> const& variables, std::string table)
@@ -123,46 +114,6 @@ std::vector<int> SqliteRecords::Select(std::string const& where) const {
     throw std::runtime_error("sqlite: " + std::string(sqlite3_errmsg(fnDb)) + " in: " + sql);
   }
   return ids;
-}
-
-void SqliteRecords::Run(std::string const& sql) const {
-  char* error = nullptr;
-  std::string const text = WithTable(sql, Quoted(fnTable));
-  if (sqlite3_exec(fnDb, text.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-    std::string const message = error != nullptr ? error : "unknown error";
-    sqlite3_free(error);
-    throw std::runtime_error("sqlite: " + message + " in: " + text.substr(0, 2000));
-  }
-}
-
-std::vector<std::vector<mdt_800::Variant>> SqliteRecords::Rows(std::string const& sql) const {
-  Statement statement = Prepare(fnDb, WithTable(sql, Quoted(fnTable)));
-  std::vector<std::vector<mdt_800::Variant>> rows;
-  int step;
-  while ((step = sqlite3_step(statement.get())) == SQLITE_ROW) {
-    rows.emplace_back();
-    for (int column = 0; column < sqlite3_column_count(statement.get()); ++column) {
-      switch (sqlite3_column_type(statement.get(), column)) {
-        case SQLITE_INTEGER:
-          rows.back().emplace_back(
-              static_cast<long>(sqlite3_column_int64(statement.get(), column)));
-          break;
-        case SQLITE_FLOAT:
-          rows.back().emplace_back(sqlite3_column_double(statement.get(), column));
-          break;
-        case SQLITE_NULL:
-          rows.back().emplace_back();
-          break;
-        default:
-          rows.back().emplace_back(std::string(
-              reinterpret_cast<char const*>(sqlite3_column_text(statement.get(), column))));
-      }
-    }
-  }
-  if (step != SQLITE_DONE) {
-    throw std::runtime_error("sqlite: " + std::string(sqlite3_errmsg(fnDb)));
-  }
-  return rows;
 }
 
 }  // namespace testsupport

@@ -31,13 +31,6 @@ class SqliteRecords {
   // std::runtime_error with SQLite's message and the query when the query
   // does not compile or run.
   std::vector<int> Select(std::string const& where) const;
-  // Runs the statements of `sql` with the table's name in place of
-  // "<TABLE>". Throws std::runtime_error with SQLite's message.
-  void Run(std::string const& sql) const;
-  // The rows of the query `sql` (with the table's name in place of
-  // "<TABLE>"), each value typed as SQLite gives it: a string, a double, an
-  // integer (as a long) or no value for NULL.
-  std::vector<std::vector<mdt_800::Variant>> Rows(std::string const& sql) const;
 
  private:
   void Execute(std::string const& sql) const;
