@@ -95,7 +95,7 @@ struct DeepTree {
 // source tree.
 std::string DeepTreeFolder() {
   char const* models = std::getenv("TREEOUT_MODELS");
-  return std::string(models != nullptr ? models : TREEOUT_MODELS_DIR) +
+  return std::string(models != nullptr ? models : TREEOUT_SHARED_MODELS) +
          "/trained/sk_synth_deep_class";
 }
 

@@ -9,7 +9,9 @@ namespace refhost {
 
 CategoryEncoder::CategoryEncoder(std::vector<mdt_800::EncodingSets> setsByCode,
                                  std::unique_ptr<mdt_800::MissingValues> missing)
-    : fnSets(std::move(setsByCode)), fnMissing(std::move(missing)) {
+    : fnSets(std::move(setsByCode)),
+      fnMissing(std::move(missing)),
+      fnTable(fnSets, fnMissing ? fnMissing->GetEncodingSets() : nullptr) {
   fnMatchers.reserve(fnSets.size());
   for (auto const& sets : fnSets) fnMatchers.emplace_back(sets);
   if (fnMissing) fnMissingMatcher = ValueMatcher(*fnMissing->GetEncodingSets());
@@ -17,6 +19,8 @@ CategoryEncoder::CategoryEncoder(std::vector<mdt_800::EncodingSets> setsByCode,
 
 double CategoryEncoder::Encode(mdt_800::Variant const& value) const {
   FaultPoint("Encode");
+  double code;
+  if (fnTable.Find(value, &code)) return code;
   if (value.GetType() == mdt_800::Variant::TYPE_NONE || fnMissingMatcher.Matches(value)) {
     return systemMissingValue();
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/encoding.h"
+#include "refhost/codetable.h"
 #include "refhost/valuematcher.h"
 
 namespace refhost {
@@ -28,8 +29,10 @@ class CategoryEncoder : public mdt_800::MapEncoder {
 
  private:
   std::vector<mdt_800::EncodingSets> fnSets;
-  std::vector<ValueMatcher> fnMatchers;  // one per code
   std::unique_ptr<mdt_800::MissingValues> fnMissing;
+  CodeTable fnTable;
+  // The linear search, for the values the table does not answer.
+  std::vector<ValueMatcher> fnMatchers;  // one per code
   ValueMatcher fnMissingMatcher;
 };
 

@@ -1,6 +1,8 @@
 // A classifier of data records, made by RuleFactory and owned by the caller.
 #pragma once
 
+#include <cstddef>
+
 #include "host/node.h"
 #include "host/record.h"
 #include "host/variant.h"
@@ -20,6 +22,12 @@ class TREEOUT_EXPORT RecordClassifier {
   // The host's answer for the whole tree: the node where the record stops.
   virtual tree_800::NodeImp const* Score(
       MCTree_800::TRecord<mdt_800::Variant> const& record) const = 0;
+  // Scores records[0, count) into nodes[0, count): nodes[i] is what
+  // Score(records[i]) returns. When scoring throws, the nodes of the records
+  // before the failing one are filled. Our own addition beside Score; this
+  // default scores one record at a time.
+  virtual void ScoreBatch(MCTree_800::TRecord<mdt_800::Variant> const* records, std::size_t count,
+                          tree_800::NodeImp const** nodes) const;
 };
 
 }  // namespace TreeOut_800

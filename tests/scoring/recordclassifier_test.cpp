@@ -199,4 +199,30 @@ TEST(RecordClassifierTest, LaterSelectionChangesDoNotReachTheClassifier) {
   EXPECT_EQ(classifier->Classify(refhost::MakeRecord({25.0, "x", 0.0, "low"})), 1);
 }
 
+// A classifier of another make that only has Score: the default ScoreBatch
+// fills the buffer from Score, record by record, and nothing past it.
+class CountingClassifier : public RecordClassifier {
+ public:
+  int Classify(MCTree_800::TRecord<Variant> const&) const override { return 1; }
+  tree_800::NodeImp const* Score(MCTree_800::TRecord<Variant> const& record) const override {
+    return static_cast<long>(record[0]) == 1 ? fnFirst : fnSecond;
+  }
+  tree_800::NodeImp const* fnFirst;
+  tree_800::NodeImp const* fnSecond;
+};
+
+TEST(RecordClassifierTest, ScoreBatchScoresEachRecordInOrder) {
+  refhost::Model m = SampleModel();
+  CountingClassifier classifier;
+  classifier.fnFirst = m.Find(3);
+  classifier.fnSecond = m.Find(4);
+  std::vector<MCTree_800::TRecord<Variant>> const records = {
+      MCTree_800::TRecord<Variant>({Variant(2L)}), MCTree_800::TRecord<Variant>({Variant(1L)}),
+      MCTree_800::TRecord<Variant>({Variant(2L)})};
+  std::vector<tree_800::NodeImp const*> nodes(4, nullptr);
+  classifier.ScoreBatch(records.data(), records.size(), nodes.data());
+  EXPECT_EQ(nodes,
+            (std::vector<tree_800::NodeImp const*>{m.Find(4), m.Find(3), m.Find(4), nullptr}));
+}
+
 }  // namespace
