@@ -66,6 +66,25 @@ refhost::Model Chain(unsigned levels) {
   return b.Build();
 }
 
+// A chain whose every split has eight surrogates: each one nests the edge's
+// condition a level deeper, so the edges themselves take much of the room in
+// SQLite's parser beside the nested CASEs.
+refhost::Model SurrogateChain(unsigned levels) {
+  refhost::ModelBuilder b;
+  int const x = b.Scale("x");
+  for (int s = 1; s <= 8; ++s) b.Scale("s" + std::to_string(s)).Missing({-1.0});
+  b.ClassTarget("t", {"p", "q"});
+  for (unsigned level = 0; level < levels; ++level) {
+    refhost::NodeSpec& node = b.Node(2 * level).SplitOrdinal(x, {level + 0.5});
+    for (int s = 1; s <= 8; ++s) node.Surrogate(refhost::Split::Cuts(x + s, {level + 0.25 * s}));
+    node.Children({2 * level + 1, 2 * level + 2});
+    b.Node(2 * level).Predict(1, {0.75, 0.25});
+    b.Node(2 * level + 1).Predict(2, {0.125, 0.875});
+  }
+  b.Node(2 * levels).Predict(1, {1.0, 0.0});
+  return b.Build();
+}
+
 std::vector<std::function<refhost::Model()>> BuiltModels() {
   std::vector<std::function<refhost::Model()>> models = {
       outputtest::RegionModel,
@@ -73,7 +92,8 @@ std::vector<std::function<refhost::Model()>> BuiltModels() {
       outputtest::RichModel,
       [] { return outputtest::ThreeLeaves(outputtest::Target::kClass); },
       [] { return outputtest::ThreeLeaves(outputtest::Target::kValue); },
-      [] { return outputtest::ThreeLeaves(outputtest::Target::kDate); }};
+      [] { return outputtest::ThreeLeaves(outputtest::Target::kDate); },
+      [] { return SurrogateChain(16); }};
   for (unsigned seed = 1; seed <= 16; ++seed) {
     models.push_back([seed] { return onepasstest::RandomModel(seed, static_cast<int>(seed % 4)); });
   }

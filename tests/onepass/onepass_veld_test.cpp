@@ -118,38 +118,47 @@ TEST(OnePassVeld, StopStatementsStampTheCasesThatStopInPspp) {
   }
 }
 
-// The generic text has the VELD script's shape: the same branches in the
-// same order, each assignment in the generic words.
+// The generic text has the VELD script's shape, the one-pass blocks and the
+// stop statements alike: the same branches in the same order, each
+// assignment in the generic words (a stop statement has no END IF there).
 TEST(OnePassGeneric, BlocksFollowTheVeldScript) {
   refhost::Model const model = onepasstest::RandomModel(5, 0);
   OnePassSettings settings;
   settings.fnStopMissing = TreeOut_800::STOP_NO_PREDICTION;
   OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
-  std::istringstream veld(writer.ExportOnePass(outputtest::Options(1, 0), settings).Str());
-  std::istringstream generic(writer.ExportOnePass(outputtest::Options(2, 0), settings).Str());
-  std::string want, line;
-  while (std::getline(veld, line)) {
-    if (line.rfind("DO IF ", 0) == 0) want += "IF\nTHEN\n";
-    if (line.rfind("ELSE IF ", 0) == 0) want += "ELSE IF\nTHEN\n";
-    if (line == "ELSE.") want += "ELSE\n";
-    if (line == "END IF.") want += "END IF\n";
-    for (auto const& [veldName, genericName] :
-         {std::pair{"nod_001", "Node"}, {"pre_001", "Prediction"}, {"prb_001", "Probability"}}) {
-      std::string const prefix = std::string("COMPUTE ") + veldName + " = ";
-      if (line.rfind(prefix, 0) != 0) continue;
-      std::string value = line.substr(prefix.size(), line.size() - prefix.size() - 1);
-      want += std::string(genericName) + " = " +
-              (value == "''" || value == "$SYSMIS" ? "MISSING" : value) + "\n";
+  for (int update : {0, 1}) {
+    auto text = [&](int dialect) {
+      auto const options = outputtest::Options(dialect, update);
+      return update ? writer.ExportStopStatements(options, settings).Str()
+                    : writer.ExportOnePass(options, settings).Str();
+    };
+    std::istringstream veld(text(1));
+    std::istringstream generic(text(2));
+    std::string want, line;
+    while (std::getline(veld, line)) {
+      if (line.rfind("DO IF ", 0) == 0) want += "IF\nTHEN\n";
+      if (line.rfind("ELSE IF ", 0) == 0) want += "ELSE IF\nTHEN\n";
+      if (line == "ELSE.") want += "ELSE\n";
+      if (line == "END IF." && !update) want += "END IF\n";
+      for (auto const& [veldName, genericName] :
+           {std::pair{"nod_001", "Node"}, {"pre_001", "Prediction"}, {"prb_001", "Probability"}}) {
+        std::string const prefix = std::string("COMPUTE ") + veldName + " = ";
+        if (line.rfind(prefix, 0) != 0) continue;
+        std::string value = line.substr(prefix.size(), line.size() - prefix.size() - 1);
+        want += std::string(genericName) + " = " +
+                (value == "''" || value == "$SYSMIS" ? "MISSING" : value) + "\n";
+      }
     }
+    std::string got;
+    while (std::getline(generic, line)) {
+      line.erase(0, line.find_first_not_of('\t'));
+      got += line.rfind("IF ", 0) == 0        ? "IF\n"
+             : line.rfind("ELSE IF ", 0) == 0 ? "ELSE IF\n"
+                                              : line + "\n";
+    }
+    EXPECT_NE(want.find("Node = "), std::string::npos);
+    EXPECT_EQ(want, got) << (update ? "stop statements" : "one-pass blocks");
   }
-  std::string got;
-  while (std::getline(generic, line)) {
-    line.erase(0, line.find_first_not_of('\t'));
-    got += line.rfind("IF ", 0) == 0        ? "IF\n"
-           : line.rfind("ELSE IF ", 0) == 0 ? "ELSE IF\n"
-                                            : line + "\n";
-  }
-  EXPECT_EQ(want, got);
 }
 
 }  // namespace
