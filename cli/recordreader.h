@@ -1,8 +1,10 @@
-// Turns CSV rows into records of a PMML model: columns matched to the model's
-// fields by name, values typed by the field (numbers, strings, ISO dates as
-// date numbers), empty fields and undeclared NA as missing values.
+// Turns CSV rows into records of a PMML model: the columns of the fields that
+// the tree's splits use are matched by name, values typed by the field
+// (numbers, strings, ISO dates as date numbers), empty fields and undeclared
+// NA as missing values. Other columns, and other fields, are not read.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,22 +21,35 @@ class InputError : public std::runtime_error {
 
 class RecordReader {
  public:
-  // Throws InputError naming a field of the model (other than the target)
-  // that no column of `header` carries, or that two columns carry.
+  // Throws InputError naming a field that the tree uses and no column of
+  // `header` carries (listing the columns read), or that two columns carry.
   RecordReader(refhost::PmmlModel const& model, std::vector<std::string> const& header);
 
-  // The record of one row (`row` counts data rows from 1). Throws InputError
-  // naming row and column for a value that is not of its field's kind, and
-  // for a row with fewer fields than the header.
-  refhost::Record Make(std::vector<std::string> const& fields, int row) const;
+  // The record of one row (`row` counts data rows from 1, `line` is the
+  // file's line, 0 when not known). Throws InputError naming row (and line)
+  // and column for a value that is not of its field's kind, and for a row
+  // with fewer fields than the header.
+  refhost::Record Make(std::vector<std::string> const& fields, std::uint64_t row,
+                       std::uint64_t line = 0) const;
+  // The same into `record`, which keeps its storage from row to row.
+  void Fill(std::vector<std::string> const& fields, std::uint64_t row, std::uint64_t line,
+            refhost::Record* record) const;
 
  private:
   refhost::PmmlModel const& fnModel;
   std::size_t fnWidth;
-  std::vector<int> fnColumn;  // per model variable: its column, -1 for the target
+  std::vector<int> fnColumn;  // per model variable: its column, -1 when not read
+  std::vector<bool> fnDeclaresNA;
 };
 
-// The shortest of "%.15g", "%.16g", "%.17g" that reads back as `value`.
+// The model variables that some split of the tree (primary or surrogate) tests.
+std::vector<bool> UsedVariables(refhost::PmmlModel const& model);
+
+// The shortest number text that reads back as `value`.
 std::string NumberText(double value);
+
+// `text` for an error message on one line: line feeds, returns and tabs as
+// \n, \r and \t.
+std::string OneLine(std::string const& text);
 
 }  // namespace treeout_cli

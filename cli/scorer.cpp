@@ -1,10 +1,74 @@
 #include "cli/scorer.h"
 
+#include <unordered_map>
+
 #include "cli/csvreader.h"
+#include "cli/output.h"
 #include "cli/recordreader.h"
 #include "scoring/rulefactory.h"
 
 namespace treeout_cli {
+namespace {
+
+refhost::PmmlField const* Target(refhost::PmmlModel const& model) {
+  for (auto const& field : model.Fields()) {
+    if (field.isTarget) return &field;
+  }
+  return nullptr;
+}
+
+// One output line's text after the node's own: what every record that stops
+// at a leaf gets, made once per node and then looked up by the node's index.
+class LineCache {
+ public:
+  explicit LineCache(refhost::PmmlModel const& model) {
+    std::size_t const size = model.GetModel().GetTree().Size();
+    unsigned int highest = 0;
+    std::vector<refhost::TreeNode const*> stack{model.GetModel().Root()};
+    while (!stack.empty()) {
+      refhost::TreeNode const* node = stack.back();
+      stack.pop_back();
+      highest = std::max(highest, node->GetId());
+      for (int i = 0; i < node->GetNumChildren(); ++i) {
+        stack.push_back(static_cast<refhost::TreeNode const*>(node->GetChild(i)));
+      }
+    }
+    fnDense = highest < 4 * size + 1024;  // ids of learners are dense enough
+    if (fnDense) fnLines.resize(static_cast<std::size_t>(highest) + 1);
+  }
+  std::string* Find(unsigned int id) {
+    if (fnDense) return &fnLines[id];
+    return &fnSparse[id];
+  }
+
+ private:
+  bool fnDense = false;
+  std::vector<std::string> fnLines;
+  std::unordered_map<unsigned int, std::string> fnSparse;
+};
+
+void AppendNumber(std::optional<double> value, std::string* line) {
+  if (value) *line += NumberText(*value);
+}
+
+std::string LineOf(Score const& score, bool classification, ScoreOptions const& options) {
+  std::string line = CsvField(score.node);
+  line += ',';
+  line += CsvField(score.prediction.value_or(""));
+  if (classification && options.allProbabilities) {
+    for (double p : score.probabilities) {
+      line += ',';
+      if (score.prediction) AppendNumber(p, &line);
+    }
+  } else if (classification) {
+    line += ',';
+    AppendNumber(score.probability, &line);
+  }
+  line += '\n';
+  return line;
+}
+
+}  // namespace
 
 Scorer::Scorer(refhost::PmmlModel const& model)
     : fnModel(model),
@@ -13,18 +77,19 @@ Scorer::Scorer(refhost::PmmlModel const& model)
 
 Scorer::~Scorer() = default;
 
+tree_800::NodeImp const* Scorer::Route(refhost::Record const& record) const {
+  return fnClassifier->Score(record);
+}
+
 Score Scorer::ScoreRecord(refhost::Record const& record) const {
-  tree_800::NodeImp const* node = fnClassifier->Score(record);
+  tree_800::NodeImp const* node = Route(record);
   Score score;
   if (node == nullptr) return score;
   score.hostId = node->GetId();
   score.node = fnModel.PmmlId(score.hostId);
   bool const nothing = fnModel.PredictsNothing(*node, record);
   if (tree_800::ClassStatistics const* stats = node->GetClassStatistics(0)) {
-    refhost::PmmlField const* target = nullptr;
-    for (auto const& field : fnModel.Fields()) {
-      if (field.isTarget) target = &field;
-    }
+    refhost::PmmlField const* target = Target(fnModel);
     for (std::size_t code = 1; target != nullptr && code <= target->categories.size(); ++code) {
       score.probabilities.push_back(stats->GetProbability(static_cast<int>(code)));
     }
@@ -50,20 +115,41 @@ std::string CsvField(std::string const& text) {
   return quoted + "\"";
 }
 
-void WriteScores(refhost::PmmlModel const& model, std::istream& in, std::ostream& out) {
-  CsvReader csv(in);
+void WriteScores(refhost::PmmlModel const& model, std::istream& in, std::ostream& out,
+                 ScoreOptions const& options) {
+  CsvReader csv(in, options.delimiter);
   std::vector<std::string> fields;
   if (!csv.Next(&fields)) throw InputError("the CSV file is empty (it needs a header row)");
   RecordReader const reader(model, fields);
   Scorer const scorer(model);
   bool const classification = model.IsClassification();
-  out << (classification ? "node,prediction,probability\n" : "node,prediction\n");
-  for (int row = 1; csv.Next(&fields); ++row) {
+  std::string header = "node,prediction";
+  if (classification && options.allProbabilities) {
+    if (refhost::PmmlField const* target = Target(model)) {
+      for (std::string const& category : target->categories)
+        header += ',' + CsvField("prob_" + category);
+    }
+  } else if (classification) {
+    header += ",probability";
+  }
+  out << header << '\n';
+  CheckOutput(out);
+  LineCache lines(model);
+  refhost::Record record =
+      refhost::MakeRecord(std::vector<mdt_800::Variant>(model.Fields().size()));
+  for (std::uint64_t row = 1; csv.Next(&fields); ++row) {
     if (fields.size() == 1 && fields[0].empty()) continue;  // a blank line
-    Score const score = scorer.ScoreRecord(reader.Make(fields, row));
-    out << CsvField(score.node) << ',' << CsvField(score.prediction.value_or(""));
-    if (classification) out << ',' << (score.probability ? NumberText(*score.probability) : "");
-    out << '\n';
+    reader.Fill(fields, row, csv.Line(), &record);
+    tree_800::NodeImp const* node = scorer.Route(record);
+    if (node != nullptr && node->GetNumChildren() <= 0) {
+      std::string* line = lines.Find(node->GetId());
+      if (line->empty()) *line = LineOf(scorer.ScoreRecord(record), classification, options);
+      out << *line;
+    } else {
+      // A record that stops at an inner node: what it predicts depends on why.
+      out << LineOf(scorer.ScoreRecord(record), classification, options);
+    }
+    CheckOutput(out);
   }
 }
 

@@ -10,8 +10,11 @@
 //     not "." (and "*" or "/" is not glued to a preceding "*", "&" or "/");
 //   - else break after it, unless it is a blank or tab, stands at maxLen, or
 //     opens or closes one of the tokens "**", "*/", "/*";
+//   - never where that splits a number (digits, point, exponent letter and
+//     its sign are one token, so "1e-05" never breaks at its "-");
 //   - with no break at all, cut at maxLen, moved back so that the next piece
-//     does not start with a quote character.
+//     does not start with a quote character and no number is split, and
+//     never between the two quotes of a doubled quote.
 // A line that ends inside a string gets the quote and "+" appended, so that
 // the pieces join into the same literal. Each line is trimmed and appended to
 // the result with a line feed.
@@ -34,14 +37,71 @@ struct FreeDeleter {
 };
 using CBuffer = std::unique_ptr<char, FreeDeleter>;
 
-bool IsSeparator(char c) { return c != '\0' && SEPARATORS.find(c) != std::string::npos; }
-bool IsQuote(char c) { return c != '\0' && QUOTES.find(c) != std::string::npos; }
+// Each character of the text is tested, so by comparison rather than a search.
+bool IsSeparator(char c) { return c == SEPARATORS[0] || c == SEPARATORS[1] || c == SEPARATORS[2]; }
+bool IsQuote(char c) { return c == QUOTES[0] || c == QUOTES[1]; }
 bool IsBlankOrTab(char c) { return c == ' ' || c == '\t'; }
 bool IsBreakChar(char c) { return c != '\0' && std::strchr(" \t/+*-,()", c) != nullptr; }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsWordChar(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || IsDigit(c) ||
+         (c != '\0' && std::strchr("._$#@", c) != nullptr);
+}
+// Whether s[i] is the sign of an exponent: "+" or "-" after the "e" or "E"
+// that follows a digit or point.
+bool IsExponentSign(char const* s, unsigned long i) {
+  return (s[i] == '+' || s[i] == '-') && i >= 2 && (s[i - 1] == 'e' || s[i - 1] == 'E') &&
+         (IsDigit(s[i - 2]) || s[i - 2] == '.');
+}
+
+// Whether cutting `s` in front of s[cut] (cut >= 1) splits a number: the
+// token around the cut, from its start through s[cut], reads as the start of
+// a number (digits, an optional point and digits, an optional exponent letter,
+// sign and digits). A token that starts with a letter is a name.
+bool SplitsNumber(char const* s, unsigned long cut) {
+  if (!(IsWordChar(s[cut - 1]) || IsExponentSign(s, cut - 1))) return false;
+  unsigned long start = cut - 1;
+  while (start > 0 && (IsWordChar(s[start - 1]) || IsExponentSign(s, start - 1))) --start;
+  enum { kInteger, kFraction, kExponentLetter, kExponentSign, kExponent } part = kInteger;
+  if (!IsDigit(s[start]) && !(s[start] == '.' && IsDigit(s[start + 1]))) return false;
+  for (unsigned long i = start; i <= cut; ++i) {
+    char const c = s[i];
+    if (IsDigit(c)) {
+      if (part == kExponentLetter || part == kExponentSign) part = kExponent;
+    } else if (c == '.' && part == kInteger) {
+      part = kFraction;
+    } else if ((c == 'e' || c == 'E') && (part == kInteger || part == kFraction)) {
+      part = kExponentLetter;
+    } else if ((c == '+' || c == '-') && part == kExponentLetter) {
+      part = kExponentSign;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Whether cutting `s` in front of s[cut] falls between the two quotes of a
+// doubled quote, `quote` being the string open before s[0].
+bool SplitsDoubledQuote(char const* s, unsigned long cut, char quote) {
+  for (unsigned long i = 0; i < cut; ++i) {
+    if (!IsQuote(s[i])) continue;
+    if (quote == 0) {
+      quote = s[i];
+    } else if (s[i] == quote) {
+      if (s[i + 1] != quote) {
+        quote = 0;
+      } else if (++i == cut) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
 
 // Number of characters of `s` (more than maxLen remain) that the next line
-// takes.
-unsigned long FindBreak(char const* s, unsigned long maxLen) {
+// takes; `quote` is the string open before s[0].
+unsigned long FindBreak(char const* s, unsigned long maxLen, char quote) {
   for (unsigned long pos = maxLen; pos >= 1; --pos) {
     char const c = s[pos];
     if (!IsBreakChar(c)) continue;
@@ -49,21 +109,39 @@ unsigned long FindBreak(char const* s, unsigned long maxLen) {
     while (k > 0 && IsBlankOrTab(s[k])) --k;
     char const last = s[k];  // last non-blank before c, or s[0]
     char const prev = s[pos - 1];
-    if (last != '.') {
+    if (last != '.' && !SplitsNumber(s, pos)) {
       if (c != '*' && c != '/') return pos;
       if (c == '*' && prev != '*' && prev != '&' && prev != '/') return pos;
       if (c == '/' && prev != '&' && prev != '*') return pos;
     }
     // Keep c on this line instead, where that splits no token.
-    if (pos == maxLen || IsBlankOrTab(c)) continue;
+    if (pos == maxLen || IsBlankOrTab(c) || SplitsNumber(s, pos + 1)) continue;
     char const next = s[pos + 1];
     if (c == '*' && (next == '*' || next == '/')) continue;
     if (c == '/' && next == '*') continue;
     return pos + 1;
   }
-  unsigned long count = maxLen;
-  while (count > 0 && IsQuote(s[count])) --count;
-  return count == 0 ? maxLen : count;
+  // No break character: cut as late as possible where the next piece does
+  // not start with a quote and no number outside a string is split; failing
+  // that, anywhere but inside a doubled quote.
+  std::string open(maxLen + 2, '\0');  // open[i]: the string open before s[i]
+  for (unsigned long i = 0; i <= maxLen; ++i) {
+    open[i] = quote;
+    if (!IsQuote(s[i])) continue;
+    if (quote == 0) {
+      quote = s[i];
+    } else if (s[i] == quote && s[i + 1] == quote) {
+      open[++i] = quote;  // a doubled quote stays inside the string
+    } else if (s[i] == quote) {
+      quote = 0;
+    }
+  }
+  for (unsigned long count = maxLen; count > 0; --count) {
+    if (IsQuote(s[count])) continue;
+    if (open[count] == 0 && SplitsNumber(s, count)) continue;
+    return count;
+  }
+  return SplitsDoubledQuote(s, maxLen, open[0]) ? maxLen - 1 : maxLen;
 }
 
 }  // namespace
@@ -126,7 +204,7 @@ std::string WrapString(std::string const& text, unsigned long width) {
       result += '\n';
       break;
     }
-    unsigned long const count = FindBreak(src, maxLen);
+    unsigned long const count = FindBreak(src, maxLen, quote);
     std::memcpy(out + used, src, count);
     used += count;
     quote = IsInsideQuotes(static_cast<unsigned int>(count), src, quote);

@@ -9,7 +9,9 @@ namespace TreeOut_800 {
 // Cuts `text` (up to its first NUL) into lines that each take at most
 // `width` - 3 of its characters, every line ended by "\n". Breaks fall in
 // front of (or after) blanks, tabs and the operators / + * - , ( ), never
-// leaving a period at a line's end when the search finds the break. A string
+// leaving a period at a line's end when the search finds the break, never
+// inside a number (digits, point, exponent letter and sign) and never between
+// the two quotes of a doubled quote. A string
 // cut at a line's end is closed with its quote and "+" and reopened after the
 // next line's prefix blank. Trailing blanks, tabs and line feeds of the text
 // and of each line are dropped. "" for an empty text or when no working

@@ -1,8 +1,9 @@
 // The adapter's life: it creates its split-rule translator over the tree and
-// metadata, fills its chain cache as edges are exported, and on destruction
-// releases each cached chain once and then the translator.
+// metadata, fills its chain and edge-text caches as edges are exported, and on
+// destruction releases each cached chain once and then the translator.
 #include "output/rulesoutputadapter.h"
 
+#include "output/edgetextcache.h"
 #include "translate/attemptchain.h"
 #include "translate/ruleexportmanager.h"
 
@@ -12,7 +13,8 @@ RulesOutputAdapter::RulesOutputAdapter(tree_800::TreeAlgorithmBase const* tree,
                                        mdt_800::ModelMetadata const* metadata)
     : fnTree(tree),
       fnMetadata(metadata),
-      fnExportManager(std::make_unique<RuleExportManager>(tree, metadata)) {}
+      fnExportManager(std::make_unique<RuleExportManager>(tree, metadata)),
+      fnEdgeTexts(std::make_unique<EdgeTextCache>()) {}
 
 // Chains first (each is held once by its unique owner), then the translator.
 RulesOutputAdapter::~RulesOutputAdapter() {

@@ -2,9 +2,10 @@
 // its metadata, which must outlive it and stay unchanged while it lives.
 // ExportRules writes the condition under which a record reaches one of the
 // selected nodes and frames it as a statement of the dialect and mode that the
-// options choose. The adapter owns its split-rule translator and caches one
-// attempt chain per node whose edges it has written; the const export
-// operations fill that cache, so calls on one adapter must not overlap.
+// options choose. The adapter owns its split-rule translator, caches one
+// attempt chain per node whose edges it has written and the text of each
+// edge per set of text options; the const export operations fill these
+// caches, so calls on one adapter must not overlap.
 // Nothing is caught: host and allocation exceptions reach the caller.
 #pragma once
 
@@ -24,6 +25,7 @@
 namespace TreeOut_800 {
 
 class AttemptChain;
+class EdgeTextCache;
 class RuleExportManager;
 
 class TREEOUT_EXPORT RulesOutputAdapter {
@@ -53,12 +55,15 @@ class TREEOUT_EXPORT RulesOutputAdapter {
   // The condition for the active part of the subtree below `node` (not null):
   // one alternative per active child in branch order, each the edge into the
   // child "  AND  " the child's own text, " OR " between alternatives and one
-  // pair of brackets around two or more. "" when no child is active.
+  // pair of brackets around two or more. "" when no child is active. Walks
+  // with an explicit stack and appends each edge's text once: the cost is
+  // linear in the text's length, whatever the depth.
   std::string ExportActiveSubtree(RuleExportOptions const& options, tree_800::Node const* node,
                                   std::set<tree_800::Node const*> const& activeNodes) const;
   // The condition under which a record at `node` (not null) goes to child
   // `childIndex` (REQUIRES: below the node's child count). Builds the node's
-  // attempt chain on first use and reuses it for every later edge and export.
+  // attempt chain on first use and reuses it for every later edge and export;
+  // the edge's text is made once per set of text options and then reused.
   std::string ExportEdge(RuleExportOptions const& options, tree_800::Node const* node,
                          int childIndex) const;
 
@@ -73,7 +78,8 @@ class TREEOUT_EXPORT RulesOutputAdapter {
                                      std::string name) const;
   // The node's prediction as a literal: the predicted value of a regression
   // node (a date quoted when `quoted`), else the predicted category's decoded
-  // value (strings and dates always in single quotes). "" when it cannot be
+  // value (strings, an inner quote doubled, and dates always in single
+  // quotes). "" when it cannot be
   // written as one literal. Tolerates null metadata.
   std::string GetPredictionAsString(tree_800::Node const* node, bool quoted) const;
 
@@ -93,11 +99,18 @@ class TREEOUT_EXPORT RulesOutputAdapter {
   std::string ExportGenericUpdate(std::string condition, RulesNodeSelection const& selection) const;
 
  private:
+  // The cached text of an edge, made through the node's chain when missing.
+  // Internal: not exported from the shared library.
+  __attribute__((visibility("hidden"))) std::string const& EdgeText(
+      RuleExportOptions const& options, tree_800::Node const* node, int childIndex) const;
+
   tree_800::TreeAlgorithmBase const* fnTree;
   mdt_800::ModelMetadata const* fnMetadata;
   // One chain per node whose edges were exported; owned, never refreshed.
   mutable std::map<tree_800::Node const*, std::unique_ptr<AttemptChain>> fnAttemptChains;
   std::unique_ptr<RuleExportManager> fnExportManager;
+  // Edge texts by edge and text options; owned.
+  std::unique_ptr<EdgeTextCache> fnEdgeTexts;
 };
 
 }  // namespace TreeOut_800

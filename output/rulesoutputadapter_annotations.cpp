@@ -2,9 +2,11 @@
 // statement writers assign. A prediction is written from the node's value
 // statistics when it has them (regression), else from its class statistics:
 // the predicted category code is decoded by the target's encoder, and the one
-// value it stands for becomes a literal of its type.
+// value it stands for becomes a literal of its type (a string in single
+// quotes, an inner quote doubled).
 #include "host/format.h"
 #include "output/rulesoutputadapter.h"
+#include "ruletext/exportutil.h"
 
 namespace TreeOut_800 {
 
@@ -15,8 +17,11 @@ char const kSingleQuote[] = "'";
 // The literal of a decoded category value; "" for a type without one.
 std::string CategoryLiteral(mdt_800::Variant const& value, bool isDate, bool quoted) {
   switch (value.GetType()) {
-    case mdt_800::Variant::TYPE_STRING:
-      return kSingleQuote + static_cast<std::string const&>(value) + kSingleQuote;
+    case mdt_800::Variant::TYPE_STRING: {
+      std::string text = static_cast<std::string const&>(value);
+      ExportUtil::QuoteLiteral(text, ExportUtil::CH_SINGLE_QUOTE);  // inner quotes doubled
+      return text;
+    }
     case mdt_800::Variant::TYPE_DOUBLE:
       if (isDate) {
         return kSingleQuote + atg_800::FormatRulesDate(static_cast<double>(value), quoted) +

@@ -6,9 +6,14 @@
 // to the child's own text; alternatives joined by OR and bracketed once when
 // there are two or more. The statement writer chosen by dialect and mode frames
 // the condition; VELD text is then wrapped into lines. Each node's edges are
-// written through one attempt chain, built on first use and kept in the cache.
+// written through one attempt chain, built on first use and kept in the cache,
+// and each edge's text is kept per set of text options, so a statement costs
+// the text it appends. The walk keeps its own stack: deep trees need no
+// call stack.
 #include <utility>
+#include <vector>
 
+#include "output/edgetextcache.h"
 #include "output/linewrap.h"
 #include "output/rulesoutputadapter.h"
 #include "ruletext/exportutil.h"
@@ -64,28 +69,70 @@ void RulesOutputAdapter::ActivatePath(tree_800::Node const* node,
 std::string RulesOutputAdapter::ExportActiveSubtree(
     RuleExportOptions const& options, tree_800::Node const* node,
     std::set<tree_800::Node const*> const& activeNodes) const {
+  auto const isActive = [&activeNodes](tree_800::Node const* n) {
+    return activeNodes.find(n) != activeNodes.end();
+  };
+  std::string const orText = RuleConnectorOR::Export(options);
+  std::string const andText = RuleConnectorAND::Export(options);
+
+  // One frame per node whose text is being written, from `node` down to the
+  // deepest node on the way: the next child to look at, how many alternatives
+  // it has written, whether they are bracketed, and where the "  AND  " in
+  // front of its text starts (to take it back when the text stays empty).
+  struct Frame {
+    tree_800::Node const* node;
+    int next;
+    int children;
+    int written;
+    bool bracketed;
+    std::size_t andAt;
+  };
   std::string result;
-  int const children = node->GetNumChildren();
-  int written = 0;
-  for (int i = 0; i < children; ++i) {
-    tree_800::Node const* child = node->GetChild(i);
-    if (activeNodes.find(child) == activeNodes.end()) continue;
-    if (written++ > 0) result += RuleConnectorOR::Export(options);
-    result += ExportEdge(options, node, i);
-    std::string const below = ExportActiveSubtree(options, child, activeNodes);
-    if (!below.empty()) result += RuleConnectorAND::Export(options) + below;
+  std::vector<Frame> stack;
+  auto const open = [&](tree_800::Node const* n, std::size_t andAt) {
+    int const children = n->GetNumChildren();
+    int active = 0;
+    for (int i = 0; i < children && active < 2; ++i) active += isActive(n->GetChild(i)) ? 1 : 0;
+    if (active >= 2) result += RulesStr[RS_LEFT_PAREN];
+    stack.push_back(Frame{n, 0, children, 0, active >= 2, andAt});
+  };
+  open(node, std::string::npos);
+  while (!stack.empty()) {
+    Frame& top = stack.back();
+    if (top.next >= top.children) {
+      if (top.bracketed) result += RulesStr[RS_RIGHT_PAREN];
+      if (top.andAt != std::string::npos && result.size() == top.andAt + andText.size()) {
+        result.resize(top.andAt);  // nothing below: the edge stands alone
+      }
+      stack.pop_back();
+      continue;
+    }
+    int const i = top.next++;
+    tree_800::Node const* child = top.node->GetChild(i);
+    if (!isActive(child)) continue;
+    if (top.written++ > 0) result += orText;
+    result += EdgeText(options, top.node, i);
+    std::size_t const andAt = result.size();
+    result += andText;
+    open(child, andAt);  // `top` is not used after this: the stack may move
   }
-  if (written >= 2) ExportUtil::WrapExpression(result, ExportUtil::CH_BRACKETS, 1);
   return result;
 }
 
 std::string RulesOutputAdapter::ExportEdge(RuleExportOptions const& options,
                                            tree_800::Node const* node, int childIndex) const {
-  std::unique_ptr<AttemptChain>& cached = fnAttemptChains[node];
-  // A host exception while building leaves a null entry, which the next call builds again.
-  if (!cached) cached.reset(fnExportManager->BuildAttemptChain(*node));
-  cached->SetExportTarget(childIndex);
-  return cached->Export(options, *fnMetadata);
+  return EdgeText(options, node, childIndex);
+}
+
+std::string const& RulesOutputAdapter::EdgeText(RuleExportOptions const& options,
+                                                tree_800::Node const* node, int childIndex) const {
+  return fnEdgeTexts->Get(node, childIndex, options, [&] {
+    std::unique_ptr<AttemptChain>& cached = fnAttemptChains[node];
+    // A host exception while building leaves a null entry, which the next call builds again.
+    if (!cached) cached.reset(fnExportManager->BuildAttemptChain(*node));
+    cached->SetExportTarget(childIndex);
+    return cached->Export(options, *fnMetadata);
+  });
 }
 
 }  // namespace TreeOut_800

@@ -2,6 +2,9 @@
 // statement of one dialect. Writers that describe a single node answer any
 // other number of selected nodes with their error text in place of the
 // statement; an empty condition stands for "every record".
+#include <initializer_list>
+#include <string_view>
+
 #include "output/rulesoutputadapter.h"
 
 namespace TreeOut_800 {
@@ -15,19 +18,28 @@ RulesNodeSelection::NodeList::value_type const* SingleEntry(RulesNodeSelection c
   return nodes.size() == 1 ? &nodes.front() : nullptr;
 }
 
+// The pieces one after the other, in one allocation: a condition can be long.
+std::string Joined(std::initializer_list<std::string_view> pieces) {
+  std::size_t size = 0;
+  for (std::string_view piece : pieces) size += piece.size();
+  std::string text;
+  text.reserve(size);
+  for (std::string_view piece : pieces) text += piece;
+  return text;
+}
+
 }  // namespace
 
 std::string RulesOutputAdapter::ExportVELDSelect(std::string condition,
                                                  RulesNodeSelection const& /*selection*/) const {
   if (condition.empty()) condition = "1";
-  return "COMPUTE filter_$ = (" + condition + ").\n" + "FILTER BY filter_$.\n" + "EXECUTE.\n";
+  return Joined({"COMPUTE filter_$ = (", condition, ").\n", "FILTER BY filter_$.\n", "EXECUTE.\n"});
 }
 
 std::string RulesOutputAdapter::ExportSQLSelect(std::string condition,
                                                 RulesNodeSelection const& /*selection*/) const {
-  std::string text = "SELECT * FROM <TABLE>";
-  if (!condition.empty()) text += "\nWHERE " + condition;
-  return text + ";";
+  if (condition.empty()) return "SELECT * FROM <TABLE>;";
+  return Joined({"SELECT * FROM <TABLE>", "\nWHERE ", condition, ";"});
 }
 
 std::string RulesOutputAdapter::ExportGenericSelect(std::string condition,
@@ -43,7 +55,7 @@ std::string RulesOutputAdapter::ExportGenericSelect(std::string condition,
     body += "\t" + GenerateNodeConfidence(node, number, "Probability") + "\n";
   }
   if (condition.empty()) condition = "(1)";
-  return "IF " + condition + "\n" + "THEN" + "\n" + body;
+  return Joined({"IF ", condition, "\n", "THEN", "\n", body});
 }
 
 std::string RulesOutputAdapter::ExportVELDUpdate(std::string condition,
@@ -59,7 +71,7 @@ std::string RulesOutputAdapter::ExportVELDUpdate(std::string condition,
     body += "COMPUTE " + GenerateNodeConfidence(node, number, "prb_001") + ".\n";
   }
   if (condition.empty()) condition = "(1)";
-  return "DO IF " + condition + ".\n" + body + "END IF.\nEXECUTE.\n";
+  return Joined({"DO IF ", condition, ".\n", body, "END IF.\nEXECUTE.\n"});
 }
 
 std::string RulesOutputAdapter::ExportSQLUpdate(std::string condition,
@@ -75,8 +87,8 @@ std::string RulesOutputAdapter::ExportSQLUpdate(std::string condition,
   if (node->GetClassStatistics(0) != nullptr) {
     clause += ",\t" + GenerateNodeConfidence(node, number, "prb_001");
   }
-  if (!condition.empty()) clause += "\nWHERE " + condition;
-  return "UPDATE <TABLE>" + clause + ";";
+  if (condition.empty()) return Joined({"UPDATE <TABLE>", clause, ";"});
+  return Joined({"UPDATE <TABLE>", clause, "\nWHERE ", condition, ";"});
 }
 
 std::string RulesOutputAdapter::ExportGenericUpdate(std::string condition,

@@ -79,19 +79,43 @@ std::string StringFromID(CharID id) {
 void LeftPadding(std::string& text, CharID id, int count) {
   const std::string pad = Mark(id, CH_LEFT_PAREN);
   if (pad.empty() || count < 1) return;
-  text.insert(0, Repeat(pad, count));
+  if (pad.size() == 1) {
+    text.insert(0, static_cast<size_t>(count), pad[0]);
+  } else {
+    text.insert(0, Repeat(pad, count));
+  }
 }
 
 void RightPadding(std::string& text, CharID id, int count) {
   const std::string pad = Mark(id, CH_RIGHT_PAREN);
   if (pad.empty() || count < 1) return;
-  text += Repeat(pad, count);
+  if (pad.size() == 1) {
+    text.append(static_cast<size_t>(count), pad[0]);
+  } else {
+    text += Repeat(pad, count);
+  }
 }
 
 void WrapExpression(std::string& text, CharID id, int count) {
-  // Enclosing count times in one mark is the same as padding each side count times.
+  // Enclosing count times in one mark is the same as padding each side count
+  // times; room for both sides is made at once.
+  if (count >= 1) text.reserve(text.size() + 2 * static_cast<size_t>(count));
   LeftPadding(text, id, count);
   RightPadding(text, id, count);
+}
+
+void QuoteLiteral(std::string& text, CharID quote) {
+  const std::string mark = StringFromID(quote);
+  if (mark.size() == 1 && text.find(mark[0]) != std::string::npos) {
+    std::string doubled;
+    doubled.reserve(text.size() + 8);
+    for (char c : text) {
+      doubled += c;
+      if (c == mark[0]) doubled += c;
+    }
+    text = std::move(doubled);
+  }
+  WrapExpression(text, quote, 1);
 }
 
 }  // namespace ExportUtil

@@ -90,4 +90,9 @@ void RightPadding(std::string& text, CharID id, int count);
 // "(" and ")". No change when `count` < 1 or `id` names no character.
 void WrapExpression(std::string& text, CharID id, int count);
 
+// Makes `text` a string literal in the quote of `quote` (CH_SINGLE_QUOTE or
+// CH_DOUBLE_QUOTE): each quote character of that kind inside is doubled,
+// then the text is enclosed once, so the literal reads back as `text`.
+void QuoteLiteral(std::string& text, CharID quote);
+
 }  // namespace ExportUtil

@@ -21,18 +21,34 @@ void RulesNodeSelection::AddNode(tree_800::Node const* node, int nodeNumber) {
   SiblingsLookupAdd(*node, nodeNumber);
 }
 
-void RulesNodeSelection::SiblingsLookupAdd(tree_800::Node const& node, int nodeNumber) {
-  if (SelectedAlready(node) < 0) fnNodeIds.emplace_back(node.GetId(), nodeNumber);
+namespace {
 
-  tree_800::Node const* parent = node.GetParent();
-  if (parent == nullptr) return;
-  int const n = parent->GetNumChildren();
-  for (int i = 0; i < n; ++i) {
-    if (!HasNode(parent->GetChild(i))) return;
+// Whether every record that reaches `node` goes on to one of its children:
+// the node has a split and a default child that takes what the split cannot
+// place. Otherwise records may stop at the node, and its children together
+// select fewer records than the node itself.
+bool NoRecordStopsAt(tree_800::Node const& node) {
+  int const dumb = node.GetDumbRuleIndex();
+  return node.GetNumSplitRules() > 0 && dumb >= 0 && dumb < node.GetNumChildren();
+}
+
+}  // namespace
+
+void RulesNodeSelection::SiblingsLookupAdd(tree_800::Node const& node, int nodeNumber) {
+  // One pass per level, upwards; a loop, so that deep trees need no stack.
+  for (tree_800::Node const* current = &node;;) {
+    if (SelectedAlready(*current) < 0) fnNodeIds.emplace_back(current->GetId(), nodeNumber);
+
+    tree_800::Node const* parent = current->GetParent();
+    if (parent == nullptr || !NoRecordStopsAt(*parent)) return;
+    int const n = parent->GetNumChildren();
+    for (int i = 0; i < n; ++i) {
+      if (!HasNode(parent->GetChild(i))) return;
+    }
+    for (int i = 0; i < n; ++i) RemoveIfExists(*parent->GetChild(i));
+    // The parent takes the number of the node that completed the set.
+    current = parent;
   }
-  for (int i = 0; i < n; ++i) RemoveIfExists(*parent->GetChild(i));
-  // The parent takes the number of the node that completed the set.
-  SiblingsLookupAdd(*parent, nodeNumber);
 }
 
 void RulesNodeSelection::RemoveIfExists(tree_800::Node const& node) {

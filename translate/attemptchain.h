@@ -32,7 +32,7 @@ class AttemptChain {
   // manager rejects is destroyed.
   void AddLink(tree_800::SplitRule* rule);
   // The condition that a record at the node goes to the export target.
-  // `metadata` is not read. Empty for a chain without rules.
+  // `metadata` is not read. Always false for a chain without rules.
   std::string Export(const RuleExportOptions& options,
                      const mdt_800::ModelMetadata& metadata) const;
 
@@ -41,6 +41,8 @@ class AttemptChain {
   int fnDumbRule;
   mutable int fnExportTarget;
   const RuleExportManager* fnManager;
+  // The links a record can reach: up to the first with a missing-value child.
+  std::size_t fnAskedLinks;
 };
 
 }  // namespace TreeOut_800

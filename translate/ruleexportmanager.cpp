@@ -1,7 +1,7 @@
 // The translator's lowest layer: how a variable is named (name or label, with
 // the VELD function prefix), how one value is written (label, number, integer,
-// string, date; quoted by dialect, never escaped) and how a comparison and a
-// whole interval are written. In VELD the two extreme doubles DBL_MAX and the
+// string, date; quoted by dialect, the enclosing quote doubled inside) and how
+// a comparison and a whole interval are written. In VELD the two extreme doubles DBL_MAX and the
 // low value just above -DBL_MAX are written as a tenth of themselves, so that
 // the number reads back inside the dialect's range.
 #include "translate/ruleexportmanager.h"
@@ -13,6 +13,7 @@
 #include "host/format.h"
 #include "ruletext/exportutil.h"
 #include "ruletext/ruleconnectorand.h"
+#include "ruletext/ruleconnectoreq.h"
 #include "ruletext/ruleconnectorge.h"
 #include "ruletext/ruleconnectorgt.h"
 #include "ruletext/ruleconnectorle.h"
@@ -111,10 +112,8 @@ std::string RuleExportManager::ExportValue(const mdt_800::Variable& variable,
         return std::string();
     }
   }
-  ExportUtil::WrapExpression(
-      text,
-      options.fnDialect == DIALECT_SQL ? ExportUtil::CH_SINGLE_QUOTE : ExportUtil::CH_DOUBLE_QUOTE,
-      1);
+  ExportUtil::QuoteLiteral(text, options.fnDialect == DIALECT_SQL ? ExportUtil::CH_SINGLE_QUOTE
+                                                                  : ExportUtil::CH_DOUBLE_QUOTE);
   return text;
 }
 
@@ -123,10 +122,19 @@ std::string RuleExportManager::ExportVariableValuePair(const mdt_800::Variable& 
                                                        const std::string& operatorText,
                                                        const mdt_800::Variant& value,
                                                        PrefixOperator op) const {
-  std::string text = ExportPrefixedName(variable, options, op);
+  const std::string name = ExportPrefixedName(variable, options, op);
+  const std::string valueText =
+      ExportValue(variable, value, variable.GetValueLabel(value), options);
+  std::string text;
+  text.reserve(name.size() + operatorText.size() + valueText.size());
+  text += name;
   text += operatorText;
-  text += ExportValue(variable, value, variable.GetValueLabel(value), options);
+  text += valueText;
   return text;
+}
+
+std::string RuleExportManager::ExportConstant(bool truth, const RuleExportOptions& options) const {
+  return std::string("1") + RuleConnectorEQ::Export(options) + (truth ? "1" : "0");
 }
 
 std::string RuleExportManager::ExportInterval(const mdt_800::Variable& variable,
@@ -134,6 +142,7 @@ std::string RuleExportManager::ExportInterval(const mdt_800::Variable& variable,
                                               const Interval& interval, bool includeMissing) const {
   const PrefixOperator op = includeMissing ? PREFIX_VALUE : PREFIX_DEFAULT;
   std::string text;
+  text.reserve(96);  // two comparisons in one allocation
   if (interval.IsBoundedLeft()) {
     const std::string comparison =
         interval.IsOpenLeft() ? RuleConnectorGT::Export(options) : RuleConnectorGE::Export(options);

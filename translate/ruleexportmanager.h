@@ -2,10 +2,14 @@
 // of the tree sends a record to a given child, in the dialect of the options.
 // It keeps the tree and the metadata's variable sequence, not owned; both must
 // outlive it. Everything it obtains from the host is released within the call
-// that obtained it; host exceptions pass through. All operations are const.
+// that obtained it; host exceptions pass through. All operations are const;
+// the values of category codes are kept once decoded, so one translator is
+// used by one thread at a time.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/encoding.h"
@@ -58,7 +62,8 @@ class RuleExportManager {
   std::string ExportPrefixedName(const mdt_800::Variable& variable,
                                  const RuleExportOptions& options, PrefixOperator op) const;
   // A value, or its non-empty label when value labels are on; strings and
-  // labels quoted by dialect, dates in single quotes outside VELD.
+  // labels quoted by dialect (single quotes in SQL, double elsewhere) with
+  // that quote doubled inside, dates in single quotes outside VELD.
   std::string ExportValue(const mdt_800::Variable& variable, const mdt_800::Variant& value,
                           const std::string& valueLabel, const RuleExportOptions& options) const;
   // Prefixed variable, `operatorText`, value text.
@@ -66,6 +71,10 @@ class RuleExportManager {
                                       const RuleExportOptions& options,
                                       const std::string& operatorText,
                                       const mdt_800::Variant& value, PrefixOperator op) const;
+  // A condition that every record meets (`truth` true) or none does, in the
+  // options' dialect: "1 = 1" or "1 = 0" with the dialect's equality. No
+  // brackets.
+  std::string ExportConstant(bool truth, const RuleExportOptions& options) const;
   // The bounded ends of `interval` as comparisons joined by AND; empty when
   // neither side is bounded. No brackets.
   std::string ExportInterval(const mdt_800::Variable& variable, const RuleExportOptions& options,
@@ -87,7 +96,10 @@ class RuleExportManager {
 
   // Split exporters. Each writes the condition that `rule` sends a record
   // to `child`; `includeMissing` says whether records with a missing
-  // predictor value must satisfy it. Empty text when nothing can be written.
+  // predictor value must satisfy it. With `includeMissing` the records whose
+  // value the rule maps to no child count as missing too. A child that no
+  // record can take gets a condition that is always false; the text is
+  // never empty.
   // The one entry: decides includeMissing from the rule's missing-value
   // child and `target`, and picks the exporter by measurement level and
   // storage type.
@@ -98,7 +110,8 @@ class RuleExportManager {
   std::string NominalSplitRule_Export(const tree_800::SplitRule& rule, int child,
                                       ExportTargetFlag target, const RuleExportOptions& options,
                                       bool includeMissing) const;
-  // Missing-value clauses and the child's range of values.
+  // Missing-value clauses and the child's range of values; with
+  // `includeMissing`, also the values that no child's range holds.
   std::string OrdinalSplitRule_Export(const tree_800::SplitRule& rule, int child,
                                       ExportTargetFlag target, const RuleExportOptions& options,
                                       bool includeMissing) const;
@@ -143,9 +156,20 @@ class RuleExportManager {
   // The nominal text admitting missing values, written before the categories.
   std::string NominalMissingPrefix(const mdt_800::Variable& variable,
                                    const RuleExportOptions& options) const;
+  // The values that no child's range of the ordered `rule` holds, as range
+  // comparisons joined by OR; adds the number of ranges to `*count`. Empty
+  // when the children's ranges leave no value out.
+  std::string ExportUnplacedValues(const tree_800::SplitRule& rule,
+                                   const RuleExportOptions& options, int* count) const;
+
+  // The values that category `code` of the predictor at `predictor` stands
+  // for, in stored order: decoded on first use, then kept.
+  const std::vector<mdt_800::Variant>& CategoryValues(int predictor, int code) const;
 
   const tree_800::TreeAlgorithmBase* fnTree;
   const std::vector<mdt_800::Variable>* fnVariables;
+  // Decoded category values by predictor index (high half) and code.
+  mutable std::unordered_map<std::uint64_t, std::vector<mdt_800::Variant>> fnCategoryValues;
 };
 
 }  // namespace TreeOut_800

@@ -5,7 +5,10 @@
 // and are joined by OR, otherwise they exclude them and are joined by AND.
 // The variable's first user-missing range is combined with the child's range:
 // added in front of it when it lies apart and missing values belong to the
-// child, cut out of it when the two overlap and they do not.
+// child, cut out of it when the two overlap and they do not. When missing
+// values belong to the child, so do the values that no child's range holds;
+// a child that no value reaches and that takes no missing values gets a
+// condition that is always false.
 #include <typeinfo>
 
 #include "ruletext/exportutil.h"
@@ -28,7 +31,15 @@ std::string RuleExportManager::OrdinalSplitRule_Export(const tree_800::SplitRule
                                                        const RuleExportOptions& options,
                                                        bool includeMissing) const {
   Interval childRange;
-  if (target != TARGET_AND_LINK) BuildInterval(&childRange, rule, child);
+  if (target != TARGET_AND_LINK) {
+    BuildInterval(&childRange, rule, child);
+    // No value reaches the child, and missing values go elsewhere.
+    if (!includeMissing && childRange.IsEmpty()) {
+      std::string never = ExportConstant(false, options);
+      ExportUtil::WrapExpression(never, ExportUtil::CH_BRACKETS, 1);
+      return never;
+    }
+  }
   return ExportOrdinalClauses(rule, childRange, target, options, includeMissing);
 }
 
@@ -41,6 +52,7 @@ std::string RuleExportManager::ExportOrdinalClauses(const tree_800::SplitRule& r
   const std::string joiner =
       includeMissing ? RuleConnectorOR::Export(options) : RuleConnectorAND::Export(options);
   std::string result;
+  result.reserve(128);  // the usual text in one allocation
   std::string text;
   int count = 0;
 
@@ -65,6 +77,16 @@ std::string RuleExportManager::ExportOrdinalClauses(const tree_800::SplitRule& r
     if (count > 0) result += joiner;
     result += text;
     ++count;
+  }
+  if (includeMissing) {
+    // Values that no child's range holds are placed as missing values are.
+    int gaps = 0;
+    const std::string unplaced = ExportUnplacedValues(rule, options, &gaps);
+    if (gaps > 0) {
+      if (count > 0) result += joiner;
+      result += unplaced;
+      count += gaps;
+    }
   }
   if (!includeMissing && ranges == 0 && options.fnDialect == DIALECT_VELD) {
     // Without a range clause nothing here makes the condition false for a
@@ -123,7 +145,9 @@ int RuleExportManager::ExportIntervals(const tree_800::SplitRule& rule, std::str
     ++count;
   }
   if (writeChild) {
-    const std::string text = ExportInterval(variable, options, childRange, includeMissing);
+    std::string text = ExportInterval(variable, options, childRange, includeMissing);
+    // An unbounded range takes every value; with missing values too, every record.
+    if (text.empty() && includeMissing) text = ExportConstant(true, options);
     if (!text.empty()) {
       if (count > 0) out += orText;
       out += text;

@@ -1,122 +1,217 @@
-// Runs the built treeout program on faulty input: each fault gives exit
-// status 2 and exactly one line on standard error, never a crash.
-#include <sys/wait.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <fstream>
-#include <string>
-
+// The program's faults, one row each: the exit status (2 for usage, 1 for a
+// model, data or output fault) and the one line it writes on standard error.
 #include <gtest/gtest.h>
+
+#include "program.h"
 
 namespace {
 
-std::string const kDir = std::string(TREEOUT_E2E_DIR);
+using e2e::Treeout;
+using e2e::WriteFile;
 
 char const kModel[] = R"(<?xml version="1.0"?>
 <PMML version="4.4" xmlns="http://www.dmg.org/PMML-4_4">
   <DataDictionary>
     <DataField name="x" optype="continuous" dataType="double"/>
+    <DataField name="c" optype="categorical" dataType="string"><Value value="p"/><Value value="q"/></DataField>
     <DataField name="y" optype="categorical" dataType="string"><Value value="a"/><Value value="b"/></DataField>
   </DataDictionary>
   <TreeModel functionName="classification">
-    <MiningSchema><MiningField name="x"/><MiningField name="y" usageType="target"/></MiningSchema>
+    <MiningSchema><MiningField name="x"/><MiningField name="c"/><MiningField name="y" usageType="target"/></MiningSchema>
     <Node id="1" score="a"><True/>
       <Node id="2" score="a"><SimplePredicate field="x" operator="lessThan" value="1"/></Node>
-      <Node id="3" score="b">PREDICATE</Node>
-      <Node id="4" score="b"><True/></Node>
+      <Node id="3" score="b"><SimplePredicate field="x" operator="greaterOrEqual" value="1"/>
+        <Node id="4" score="b"><SimplePredicate field="c" operator="equal" value="p"/></Node>
+        <Node id="5" score="a"><SimplePredicate field="c" operator="equal" value="q"/></Node>
+      </Node>
     </Node>
   </TreeModel>
 </PMML>
 )";
 
-std::string Write(std::string const& name, std::string const& text) {
-  std::string const path = kDir + "/" + name;
-  std::ofstream(path) << text;
-  return path;
-}
-
-std::string Model(std::string const& predicate) {
-  std::string text = kModel;
-  text.replace(text.find("PREDICATE"), 9, predicate);
-  return text;
-}
-
-struct Outcome {
-  int status;
-  std::string err;
-};
-
-Outcome Treeout(std::string const& args) {
-  std::string const command = std::string(TREEOUT_PROGRAM) + " " + args + " 2>&1 >/dev/null";
-  FILE* pipe = popen(command.c_str(), "r");
-  Outcome run{-1, ""};
-  if (pipe == nullptr) return run;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) run.err += buffer;
-  int const raw = pclose(pipe);
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-  return run;
-}
-
 struct ErrorCase {
-  char const* what;
-  std::string args;
-  std::string message;  // the whole line on stderr, after "treeout: "
+  char const* name;
+  std::vector<std::string> args;
+  int status;
+  std::string message;      // the line after "treeout: "; "PATH: ..." rows match up to "..."
+  std::string output = "";  // standard output to this file (e.g. /dev/full)
 };
 
-TEST(TreeoutErrors, OneLineAndStatusTwo) {
-  std::string const good = Write("good.pmml", Model(R"(<True/>)"));
-  std::string const notXml = Write("notxml.pmml", "this is not XML\n");
-  std::string const noTree =
-      Write("notree.pmml",
-            "<?xml version=\"1.0\"?>\n<PMML version=\"4.4\">\n<DataDictionary/>\n</PMML>\n");
-  std::string const andPredicate = Write(
-      "and.pmml",
-      Model(R"(<CompoundPredicate booleanOperator="and"><True/><True/></CompoundPredicate>)"));
-  std::string const unknownField =
-      Write("field.pmml", Model(R"(<SimplePredicate field="z" operator="lessThan" value="1"/>)"));
-  std::string const noColumn = Write("nocolumn.csv", "id,w\n1,2\n");
-  std::string const badNumber = Write("badnumber.csv", "id,x\n1,2\n2,abc\n");
-  std::string const openQuote = Write("openquote.csv", "id,x\n1,\"2\n");
-  ErrorCase const cases[] = {
-      {"missing model file", "show " + kDir + "/absent.pmml",
-       kDir + "/absent.pmml: cannot read the file: No such file or directory"},
-      {"not XML", "show " + notXml, notXml + ": not an XML document: it holds no element"},
-      {"no TreeModel", "rules " + noTree, noTree + ": PMML at line 2: no TreeModel"},
-      {"unsupported predicate", "show " + andPredicate,
-       andPredicate + ": CompoundPredicate at line 11: booleanOperator 'and' is supported only as "
-                      "'or' of isMissing and one predicate"},
-      {"field not in the model", "score " + unknownField + " " + badNumber,
-       unknownField + ": SimplePredicate at line 11: field 'z' is not an active field of the "
-                      "MiningSchema"},
-      {"CSV without a model field", "score " + good + " " + noColumn,
-       noColumn + ": the CSV has no column 'x', a field of the model"},
-      {"bad number", "score " + good + " " + badNumber,
-       badNumber + ": row 2, column 'x': 'abc' is not a number"},
-      {"quote left open", "score " + good + " " + openQuote,
-       openQuote + ": line 2: a quoted field is not closed"},
-      {"missing CSV file", "score " + good + " " + kDir + "/absent.csv",
-       "cannot read " + kDir + "/absent.csv: No such file or directory"},
-      {"unknown node", "rules " + good + " --nodes 2,9", "the tree has no node '9'"},
-      {"update of two nodes", "rules " + good + " --dialect generic --update --nodes 2,3",
-       "ExportGenericUpdate ERROR: >1 nodes to update"},
-  };
-  for (ErrorCase const& c : cases) {
-    Outcome const run = Treeout(c.args);
-    EXPECT_EQ(run.status, 2) << c.what;
-    EXPECT_EQ(run.err, "treeout: " + c.message + "\n") << c.what;
+// The test log names a case by its name, not by its bytes.
+void PrintTo(ErrorCase const& c, std::ostream* out) { *out << c.name; }
+
+std::string PrintName(testing::TestParamInfo<ErrorCase> const& info) { return info.param.name; }
+
+class ProgramFaults : public testing::TestWithParam<ErrorCase> {};
+
+TEST_P(ProgramFaults, OneLineAndItsStatus) {
+  ErrorCase const& c = GetParam();
+  e2e::Run const run = Treeout(c.args, "", c.output);
+  EXPECT_EQ(run.status, c.status);
+  std::string const prefix = c.message.substr(0, c.message.size() - 3);
+  if (c.message.size() > 3 && c.message.compare(c.message.size() - 3, 3, "...") == 0) {
+    EXPECT_EQ(run.err.rfind("treeout: " + prefix, 0), 0u) << run.err;
+    EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+  } else {
+    EXPECT_EQ(run.err, "treeout: " + c.message + "\n");
   }
 }
 
-// Usage faults also give status 2 and one line.
-TEST(TreeoutErrors, BadUsage) {
-  for (char const* args : {"rules --dialect cobol", "frobnicate", "score a b c", ""}) {
-    Outcome const run = Treeout(args);
-    EXPECT_EQ(run.status, 2) << args;
-    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << args << ": " << run.err;
-    EXPECT_EQ(run.err.rfind("treeout: ", 0), 0u) << args << ": " << run.err;
-  }
-}
+std::string const kGood = WriteFile("good.pmml", kModel);
+std::string const kData = WriteFile("good.csv", "x,c\n0,p\n2,p\n");
+std::string const kDir = e2e::ScratchDir();
+char const kWideText[] = "\xFF\xFEx\0,\0c\0\n\0";  // UTF-16 with its byte order mark
+std::string const kWide = WriteFile("wide.csv", std::string(kWideText, sizeof kWideText - 1));
+std::string Csv(std::string const& name, std::string const& text) { return WriteFile(name, text); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Usage, ProgramFaults,
+    testing::Values(
+        ErrorCase{"UnknownSubcommand",
+                  {"frobnicate"},
+                  2,
+                  "unknown subcommand 'frobnicate'; treeout knows show, rules and score (see "
+                  "treeout --help)"},
+        ErrorCase{"UnknownOption",
+                  {"rules", "--frob"},
+                  2,
+                  "unknown option '--frob' (see treeout rules --help)"},
+        ErrorCase{"UnknownOptionFirst",
+                  {"--frob", "show"},
+                  2,
+                  "unknown option '--frob' (see treeout --help)"},
+        ErrorCase{"NoSubcommand",
+                  {},
+                  2,
+                  "a subcommand is required: show, rules or score (see treeout --help)"},
+        ErrorCase{
+            "ScoreWithoutData", {"score", kGood}, 2, "DATA is required (see treeout score --help)"},
+        ErrorCase{"ScoreThreeFiles",
+                  {"score", kGood, kData, kData},
+                  2,
+                  "unexpected argument '" + kData + "' (see treeout score --help)"},
+        ErrorCase{"BothFromStandardInput",
+                  {"score", "-", "-"},
+                  2,
+                  "MODEL and DATA cannot both be - (standard input) (see treeout score --help)"},
+        ErrorCase{"LongDelimiter",
+                  {"score", kGood, kData, "--delimiter", ";;"},
+                  2,
+                  "--delimiter takes one character other than a quote or line break, or \\t for "
+                  "tab (see treeout score --help)"},
+        ErrorCase{"UpdateOfTwoNodes",
+                  {"rules", kGood, "--update", "--nodes", "2,4"},
+                  2,
+                  "--update writes one node's statement: give --nodes one node id (see treeout "
+                  "rules --help)"},
+        ErrorCase{"GenericOfTwoNodes",
+                  {"rules", kGood, "--dialect", "generic", "--nodes", "2,4"},
+                  2,
+                  "--dialect generic writes one node's block: give --nodes one node id (see "
+                  "treeout rules --help)"},
+        ErrorCase{"AddColumnsOutsideSqlUpdates",
+                  {"rules", kGood, "--dialect", "veld", "--update", "--add-columns"},
+                  2,
+                  "--add-columns goes with --dialect sql --update (see treeout rules --help)"}),
+    PrintName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Model, ProgramFaults,
+    testing::Values(
+        ErrorCase{"Absent",
+                  {"show", kDir + "/absent.pmml"},
+                  1,
+                  kDir + "/absent.pmml: cannot read the file: No such file or directory"},
+        ErrorCase{"Directory", {"rules", kDir}, 1, kDir + ": is a directory, not a file"},
+        ErrorCase{"Utf16",
+                  {"show", WriteFile("wide.pmml", std::string("\xFF\xFE<\0?\0", 6))},
+                  1,
+                  kDir + "/wide.pmml: not UTF-8 text (UTF-16?); treeout reads UTF-8 PMML"},
+        ErrorCase{
+            "Latin1",
+            {"show", WriteFile("latin1.pmml", "<?xml version=\"1.0\"?>\n<PMML>\xE9</PMML>\n")},
+            1,
+            kDir + "/latin1.pmml: not UTF-8 text, and its XML declaration names no other encoding"},
+        ErrorCase{"NotPmml",
+                  {"show", WriteFile("notxml.pmml", "this is not XML\n")},
+                  1,
+                  kDir + "/notxml.pmml: ..."},
+        ErrorCase{"UnknownNode",
+                  {"rules", kGood, "--nodes", "2,99"},
+                  1,
+                  kGood + ": the tree has no node '99'"}),
+    PrintName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Data, ProgramFaults,
+    testing::Values(
+        ErrorCase{"Absent",
+                  {"score", kGood, kDir + "/absent.csv"},
+                  1,
+                  kDir + "/absent.csv: cannot read the file: No such file or directory"},
+        ErrorCase{"Directory", {"score", kGood, kDir}, 1, kDir + ": is a directory, not a file"},
+        ErrorCase{"Utf16",
+                  {"score", kGood, kWide},
+                  1,
+                  kWide + ": line 1: the file is UTF-16 text, not UTF-8"},
+        ErrorCase{"Empty",
+                  {"score", kGood, Csv("empty.csv", "")},
+                  1,
+                  kDir + "/empty.csv: the CSV file is empty (it needs a header row)"},
+        ErrorCase{"NoColumn",
+                  {"score", kGood, Csv("nocolumn.csv", "id,x,\"a\nb\"\n1,2,3\n")},
+                  1,
+                  kDir + "/nocolumn.csv: the CSV has no column 'c', a field the tree uses; its "
+                         "columns are 'id', 'x', 'a\\nb'"},
+        ErrorCase{"TwoColumns",
+                  {"score", kGood, Csv("twocolumns.csv", "x,c,x\n1,p,2\n")},
+                  1,
+                  kDir + "/twocolumns.csv: the CSV has two columns named 'x'"},
+        ErrorCase{"BadNumber",
+                  {"score", kGood, Csv("badnumber.csv", "x,c\n1,p\n\"a\nb\",p\n")},
+                  1,
+                  kDir + "/badnumber.csv: row 2 (line 3), column 'x': 'a\\nb' is not a number"},
+        ErrorCase{"Latin1",
+                  {"score", kGood, Csv("latin1.csv", "x,c,note\n1,p,\xE9\n1,\xE9,ok\n")},
+                  1,
+                  kDir + "/latin1.csv: row 2 (line 3), column 'c': the value is not UTF-8 text "
+                         "(Latin-1?); treeout reads UTF-8"},
+        ErrorCase{"ShortRow",
+                  {"score", kGood, Csv("short.csv", "x,c,id\n1,p,1\n\n1,p\n")},
+                  1,
+                  kDir + "/short.csv: row 3 (line 4) has 2 fields, the header 3"},
+        ErrorCase{"OpenQuote",
+                  {"score", kGood, Csv("openquote.csv", "x,c\n1,\"p\n")},
+                  1,
+                  kDir + "/openquote.csv: line 2: a quoted field is not closed"},
+        ErrorCase{"TextAfterQuote",
+                  {"score", kGood, Csv("afterquote.csv", "x,c\n1,\"p\"q\n")},
+                  1,
+                  kDir + "/afterquote.csv: line 2: text after a closing quote"}),
+    PrintName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Output, ProgramFaults,
+    testing::Values(ErrorCase{"ScoreToFullDevice",
+                              {"score", kGood, kData},
+                              1,
+                              "cannot write standard output: No space left on device",
+                              "/dev/full"},
+                    ErrorCase{"RulesToFullDevice",
+                              {"rules", kGood},
+                              1,
+                              "cannot write standard output: No space left on device",
+                              "/dev/full"},
+                    ErrorCase{"ShowToFullDevice",
+                              {"show", kGood, "--dot"},
+                              1,
+                              "cannot write standard output: No space left on device",
+                              "/dev/full"},
+                    ErrorCase{
+                        "NoSuchFolder",
+                        {"show", kGood, "-o", kDir + "/absent/out.txt"},
+                        1,
+                        "cannot write " + kDir + "/absent/out.txt: No such file or directory"}),
+    PrintName);
 
 }  // namespace

@@ -23,10 +23,9 @@ using testsupport::Column;
 using testsupport::Engine;
 using testsupport::Row;
 
-// Records that stop at an inner node: today's per-leaf update script has no
-// statement for them, so they keep NULL. Set to true once the whole script
-// also stamps inner-node stops; then those records must match too.
-constexpr bool kInnerStopsStamped = false;
+// Records that stop at an inner node: the whole update script stamps them
+// too (false: they must keep NULL, for a script of leaf statements only).
+constexpr bool kInnerStopsStamped = true;
 
 std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
 

@@ -52,6 +52,7 @@ TEST(GetPredictionAsString, WritesThePredictionByItsType) {
   EncodingSets twoSets = One("a");
   twoSets.AddEncodingSet(*One("b").GetEncodingSetList().front());
   EncodingSets const yes = One("yes"), date = One(kDate), none = One(mdt_800::Variant());
+  EncodingSets const quotes = One("O'Neill \"Jr\"");
   EncodingSets const number = One(2.5), inexact = One(0.1 + 0.2), integer = One(7L), empty;
   struct Case {
     char const* name;
@@ -63,6 +64,7 @@ TEST(GetPredictionAsString, WritesThePredictionByItsType) {
   } const kCases[] = {
       {"string, quoted", &yes, false, kClass1, true, "'yes'"},
       {"string, always quoted", &yes, false, kClass1, false, "'yes'"},
+      {"string, inner single quote doubled", &quotes, false, kClass1, false, "'O''Neill \"Jr\"'"},
       {"number", &number, false, kClass1, true, "2.5"},
       {"number written exactly", &inexact, false, kClass1, true, "3.0000000000000004e-01"},
       {"integer", &integer, false, kClass1, true, "7"},

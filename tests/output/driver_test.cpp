@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "output/linewrap.h"
 #include "outputmodels.h"
+#include "refhost/builder.h"
 #include "tests/support/faults.h"
 #include "tests/support/objectcounts.h"
 
@@ -281,6 +283,51 @@ TEST(ExportRules, ReleasesEverythingWhenTheHostThrows) {
     }
   }
   EXPECT_GT(faults, 100);  // the exports reach the host often enough to mean something
+}
+
+// A chain `levels` deep: node i sends x <= i to a leaf and the rest on to
+// node i + 1; the deepest leaf, id 2 * levels, ends the chain.
+refhost::Model Chain(unsigned int levels) {
+  refhost::ModelBuilder b;
+  int const x = b.Scale("x");
+  b.ClassTarget("risk", {"low", "high"});
+  for (unsigned int i = 0; i < levels; ++i) {
+    unsigned int const next = i + 1 < levels ? i + 1 : 2 * levels;
+    b.Node(i).SplitOrdinal(x, {static_cast<double>(i)}).Children({levels + i, next});
+  }
+  return b.Build();
+}
+
+// The deepest leaf's statement of a chain ten times deeper takes about ten
+// times as long (best of two runs each, bound generous for a busy machine);
+// text that copied what lies below each level would take a hundred times.
+// The depth needs no call stack.
+TEST(ExportRules, DeepChainsTakeTimeLinearInTheirDepth) {
+  unsigned int const depth = 10000;
+  auto run = [](refhost::Model const& model, unsigned int levels, int dialect, std::string* text,
+                int rounds = 2) {
+    double best = 1e9;
+    for (int round = 0; round < rounds; ++round) {
+      auto const start = std::chrono::steady_clock::now();
+      RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
+      *text = Export(adapter, Options(dialect, 0), Select(model, {2 * levels}));
+      best = std::min(
+          best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return best;
+  };
+  refhost::Model const shallow = Chain(depth), deep = Chain(10 * depth);
+  std::string text;
+  double const shallowTime = run(shallow, depth, DIALECT_SQL, &text);
+  double const deepTime = run(deep, 10 * depth, DIALECT_SQL, &text);
+  std::size_t edges = 0;  // "x > i" on every level, to the next node or the deepest leaf
+  for (std::size_t at = text.find("x > "); at != std::string::npos; at = text.find("x > ", at + 1))
+    ++edges;
+  EXPECT_EQ(edges, 10 * depth);
+  EXPECT_LT(deepTime, 30 * shallowTime + 0.05) << shallowTime << " s, then " << deepTime << " s";
+  run(deep, 10 * depth, DIALECT_VELD, &text, 1);
+  std::string const end = "\nFILTER BY filter_$.\nEXECUTE.\n";
+  EXPECT_EQ(text.substr(text.size() - end.size()), end);
 }
 
 }  // namespace

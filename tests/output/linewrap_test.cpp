@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstring>
 #include <functional>
 #include <random>
+#include <regex>
 #include <set>
 #include <string>
 #include <utility>
@@ -39,6 +41,9 @@ TEST(WrapString, WrapsAsDocumented) {
       {"run without break characters cut at width - 3", 8, "abcdefghij", "abcde\n fghij\n"},
       {"forced cut moved back over quote characters", 8, "abcd''efg", "abc\n d''ef\n g\n"},
       {"forced cut inside a run of quotes only", 8, "''''''''", "''''''+\n ''''\n"},
+      {"a run of quotes is not cut inside a doubled quote", 8, "x''''''''", "x''''+\n ''''''\n"},
+      {"an exponent's sign stays with its number", 27, "x LE -6.574729923158884e-05 OR y",
+       "x LE\n -6.574729923158884e-05\n  OR y\n"},
       {"** stays whole", 10, "aaaaa**bbbbb", "aaaaa**\n bbbbb\n"},
       {"/* stays whole", 10, "aaaaa/*bbbbb", "aaaaa/*\n bbbbb\n"},
       {"/* at the limit moves to the next line", 10, "aaaaaa/*bbbb", "aaaaaa\n /*bbbb\n"},
@@ -143,13 +148,40 @@ std::vector<std::string> Lines(std::string const& wrapped) {
   return lines;
 }
 
+bool IsTokenChar(std::string const& text, std::size_t i) {
+  char const c = text[i];
+  if (std::isalnum(static_cast<unsigned char>(c)) || std::strchr("._$#@", c) != nullptr)
+    return true;
+  // The sign of an exponent: "1.5e-05".
+  return (c == '+' || c == '-') && i >= 2 && (text[i - 1] == 'e' || text[i - 1] == 'E') &&
+         (std::isdigit(static_cast<unsigned char>(text[i - 2])) || text[i - 2] == '.');
+}
+
+// What a cut in front of text[cut] splits: "" when it falls between tokens;
+// a number (digits, point, exponent and its sign) is never to be split, a
+// name or keyword only when `wholeTokens`.
+std::string SplitToken(std::string const& text, std::size_t cut, bool wholeTokens) {
+  if (cut == 0 || cut >= text.size() || !IsTokenChar(text, cut - 1) || !IsTokenChar(text, cut)) {
+    return "";
+  }
+  std::size_t start = cut - 1, end = cut;
+  while (start > 0 && IsTokenChar(text, start - 1)) --start;
+  while (end + 1 < text.size() && IsTokenChar(text, end + 1)) ++end;
+  static std::regex const kNumber("[0-9]*\\.?[0-9]+([eE][+-]?[0-9]+)?|[0-9]+\\.");
+  std::string const token = text.substr(start, end + 1 - start);
+  if (std::regex_match(token, kNumber)) return "splits the number " + token;
+  return wholeTokens ? "splits the name " + token : "";
+}
+
 // The first promise that `wrapped` (of `text`, without line feeds) breaks, or
 // "": each line is a prefix ("", " ", or " " and the quote continuing a
 // string), at most width - 3 characters of the text, and the quote and "+"
 // when a string is open at its end; lines read back into the text up to
 // trimmed blanks; a line ends at a break character and not in a period,
-// unless cut at width - 3 or just before quote characters there.
-std::string CheckLines(std::string const& text, std::string const& wrapped, unsigned long width) {
+// unless cut at width - 3 or just before quote or number characters there;
+// outside strings no cut splits a number (nor, with `wholeTokens`, a name).
+std::string CheckLines(std::string const& text, std::string const& wrapped, unsigned long width,
+                       bool wholeTokens = false) {
   std::string const input = RightTrimmed(text);
   if (input.empty()) return wrapped.empty() ? "" : "non-empty result for empty text";
   if (wrapped.empty() || wrapped.back() != '\n') return "result does not end with a line feed";
@@ -194,9 +226,15 @@ std::string CheckLines(std::string const& text, std::string const& wrapped, unsi
   for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
     auto problem = [&](std::size_t cut) -> std::string {
       if (cut - starts[i] > maxLen) return "took too much";
-      bool forced = true;  // no break found: cut at width - 3, or before quotes there
+      // No break found: cut at width - 3, or before quotes or number
+      // characters there.
+      bool forced = true;
       for (std::size_t k = cut + 1; k <= starts[i] + maxLen && k < input.size(); ++k) {
-        forced = forced && IsQuoteChar(input[k]);
+        forced = forced && (IsQuoteChar(input[k]) || std::strchr("0123456789.eE+-", input[k]));
+      }
+      if (states[cut] == 0) {
+        std::string const split = SplitToken(input, cut, wholeTokens);
+        if (!split.empty()) return split;
       }
       bool const inFront = std::strchr(" \t/+*-,()", input[cut]) != nullptr;
       bool const after = std::strchr("/+*-,()", input[cut - 1]) != nullptr;
@@ -218,94 +256,109 @@ std::string CheckLines(std::string const& text, std::string const& wrapped, unsi
   return "";
 }
 
-// VELD-like text: words, numbers with periods, operators, quoted strings with
-// doubled quotes, and now and then a long run without breaks.
-std::string Generate(std::mt19937& random, std::size_t approxLength) {
+// A VELD filter statement as the library writes it: conditions over names of
+// up to `maxName` characters, numbers with exponents (or ending in a period),
+// arithmetic, and strings with doubled quotes, now and then a long string or
+// a run of quotes only.
+std::string VeldStatement(std::mt19937& random, std::size_t maxName) {
   auto pick = [&](unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(random); };
-  auto word = [&](std::size_t length) {
-    static char const kLetters[] =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$";
-    std::string word;
-    while (word.size() < length) word += kLetters[pick(sizeof kLetters - 1)];
-    return word;
+  auto digits = [&](unsigned n) {
+    std::string text;
+    while (n-- > 0) text += static_cast<char>('0' + pick(10));
+    return text;
   };
-  auto op = [&] {
-    static char const* const kOperators[] = {"EQ", "NE", "=", "<>", "+",  "-",  "*",  "/",  "**",
-                                             "(",  ")",  ",", "&",  "/*", "*/", "&*", "OR", "AND"};
-    return std::string(kOperators[pick(sizeof kOperators / sizeof *kOperators)]);
-  };
-  auto quoted = [&](bool isLong) {
-    char const quote = pick(2) ? '\'' : '"';
-    std::string text(1, quote);
-    for (std::size_t parts = pick(6); isLong ? text.size() < 300 : parts-- > 0;) {
-      switch (pick(5)) {
-        case 0:  // never more than three quotes in a row
-          text += std::string(2, quote) + word(1 + pick(3));
-          break;
-        case 1:
-          text += quote == '\'' ? '"' : '\'';
-          break;
-        case 2:
-          text += isLong ? word(1 + pick(30)) : op();
-          break;
-        default:
-          text += word(1 + pick(isLong ? 30 : 10));
-      }
-      if (!isLong && pick(2)) text += ' ';
+  auto name = [&] {
+    static char const kFirst[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ@";
+    static char const kRest[] = "abcdefghijklmnopqrstuvwxyz0123456789._$#@E";
+    std::string text(1, kFirst[pick(sizeof kFirst - 1)]);
+    for (std::size_t n = pick(static_cast<unsigned>(maxName)); n > 0; --n) {
+      text += kRest[pick(sizeof kRest - 1)];
     }
-    return text + quote;
+    if (text.back() == '.') text.back() = '_';
+    return text;
   };
-  std::string text;
-  while (text.size() < approxLength) {
-    switch (pick(10)) {
+  auto number = [&] {
+    switch (pick(5)) {
       case 0:
+        return std::string(pick(2) ? "-" : "") + digits(1 + pick(3));
       case 1:
-        text += word(1 + pick(12));
-        break;
+        return digits(1 + pick(3)) + ".";
       case 2:
-        text += word(1 + pick(4)) + (pick(2) ? "." : ".5");
+        return digits(1 + pick(2)) + "." + digits(1 + pick(6));
+      default:  // 16 or 17 significant digits need an exponent
+        return std::string(pick(2) ? "-" : "") + digits(1) + "." + digits(15 + pick(2)) + "e" +
+               (pick(2) ? "-" : "+") + digits(2 + pick(2));
+    }
+  };
+  auto string = [&] {
+    char const quote = pick(2) ? '"' : '\'';
+    std::string text;
+    switch (pick(6)) {
+      case 0:  // a run of quotes only
+        text = std::string(2 * (1 + pick(300)), quote);
         break;
-      case 3:
-        text += op();
-        break;
-      case 4:
-        text += quoted(false);
-        break;
-      case 5:
-        text += pick(8) != 0 ? word(2 + pick(6)) : pick(2) ? word(200 + pick(400)) : quoted(true);
+      case 1:  // long, with and without blanks
+        while (text.size() < 300) text += name() + (pick(3) ? "" : " ") + std::string(2, quote);
         break;
       default:
-        text += op() + word(1 + pick(8));
+        text = name() + std::string(2, quote) + (pick(2) ? " " : "") + name();
     }
-    text += pick(6) == 0 ? "\t" : pick(4) == 0 ? "  " : pick(5) == 0 ? "" : " ";
+    return quote + text + quote;
+  };
+  auto clause = [&]() -> std::string {
+    static char const* const kCompare[] = {" EQ ", " NE ", " GT ", " GE ", " LT ", " LE "};
+    static char const* const kArithmetic[] = {" * ", "*", " / ", "/", " + ", " - ", " ** ", "**"};
+    switch (pick(6)) {
+      case 5:
+        return "(" + name() + kArithmetic[pick(8)] + number() + kArithmetic[pick(8)] + name() +
+               ")" + kCompare[pick(6)] + number();
+      case 0:
+        return "SYSMIS(" + name() + ")";
+      case 1:
+        return "~(SYSMIS(" + name() + "))";
+      case 2:
+        return name() + kCompare[pick(2)] + string();
+      default:
+        return "VALUE(" + name() + ")" + kCompare[pick(6)] + number();
+    }
+  };
+  std::string condition = clause();
+  for (std::size_t n = 1 + pick(60); n > 0; --n) {
+    condition += pick(2) ? "  AND  " : " OR ";
+    condition += pick(4) ? clause() : "(" + clause() + " OR " + clause() + ")";
   }
-  return text;
+  // Its first line only: the checker reads lines back at their line feeds.
+  return "COMPUTE filter_$ = (" + condition + ").";
 }
 
-TEST(WrapString, KeepsItsPromisesOnGeneratedTexts) {
+// Statements as the library writes them: every cut outside strings falls
+// between tokens, never inside a number, name or keyword; the lines read back
+// into the statement; doubled quotes stay whole, also in runs of quotes
+// longer than a line.
+TEST(WrapString, KeepsVeldStatementsWhole) {
   struct Case {
     unsigned long width;
-    std::size_t length;
+    std::size_t maxName;
     int count;
   };
-  const Case kCases[] = {{256, 3000, 300}, {40, 600, 1000}, {12, 200, 2000}};
-  unsigned seed = 1;
-  long stringCuts = 0;  // lines closed with a quote and "+", to show the texts reach that case
+  const Case kCases[] = {{256, 64, 300}, {40, 12, 300}};
+  std::mt19937 random(2024);
+  long exponentsNearCuts = 0;  // lines that end within a few characters of an exponent sign
   for (Case const& c : kCases) {
-    std::mt19937 random(seed++);
     for (int i = 0; i < c.count; ++i) {
-      std::string const text = Generate(random, c.length);
+      std::string const text = VeldStatement(random, c.maxName);
       std::string const wrapped = WrapString(text, c.width);
-      ASSERT_EQ(CheckLines(text, wrapped, c.width), "")
+      ASSERT_EQ(CheckLines(text, wrapped, c.width, true), "")
           << "width " << c.width << ", text «" << text << "»\nwrapped:\n"
           << wrapped;
       for (std::string const& line : Lines(wrapped)) {
-        std::size_t const n = line.size();
-        stringCuts += n >= 2 && line[n - 1] == '+' && IsQuoteChar(line[n - 2]);
+        std::size_t const e = line.find_last_of("eE");
+        exponentsNearCuts += e != std::string::npos && e + 6 > line.size() &&
+                             std::strchr("+-", line[std::min(e + 1, line.size() - 1)]);
       }
     }
   }
-  EXPECT_GT(stringCuts, 1000);
+  EXPECT_GT(exponentsNearCuts, 20);
 }
 
 TEST(WrapString, CheckerRejectsWhatAFaultyWrapperWouldWrite) {

@@ -21,8 +21,11 @@ using IdList = RulesNodeSelection::NodeIdList;
 constexpr int kDefault = RulesNodeSelection::kDefaultNodeNumber;
 
 // A tree of the given shape: children[id] lists the children of node id. Each
-// inner node splits a numeric nominal variable, one code per child.
-refhost::Model ShapeTree(std::map<unsigned int, std::vector<unsigned int>> const& children) {
+// inner node splits a numeric nominal variable, one code per child; the nodes
+// in `stops` have no default child (records can stop there), the others send
+// what the split cannot place to their first child.
+refhost::Model ShapeTree(std::map<unsigned int, std::vector<unsigned int>> const& children,
+                         std::set<unsigned int> const& stops = {}) {
   refhost::ModelBuilder b;
   int const x = b.Nominal("x");
   for (auto const& [id, kids] : children) {
@@ -31,12 +34,15 @@ refhost::Model ShapeTree(std::map<unsigned int, std::vector<unsigned int>> const
     std::vector<std::vector<int>> codes;
     for (std::size_t i = 0; i < kids.size(); ++i) codes.push_back({static_cast<int>(i)});
     b.Node(id).SplitCodes(x, codes).Children(kids);
+    if (stops.count(id) == 0) b.Node(id).DefaultChild(0);
   }
   return b.Build();
 }
 
 // Root 0 with children 1 and 2; node 1 with children 3 and 4.
-refhost::Model SmallTree() { return ShapeTree({{0, {1, 2}}, {1, {3, 4}}}); }
+refhost::Model SmallTree(std::set<unsigned int> const& stops = {}) {
+  return ShapeTree({{0, {1, 2}}, {1, {3, 4}}}, stops);
+}
 
 TEST(RulesNodeSelectionTest, WorkedExampleStepByStep) {
   refhost::Model m = SmallTree();
@@ -60,11 +66,14 @@ TEST(RulesNodeSelectionTest, WorkedExampleStepByStep) {
 
 TEST(RulesNodeSelectionTest, SmallCases) {
   refhost::Model small = SmallTree();
+  refhost::Model stopAt1 = SmallTree({1});
+  refhost::Model stopAt0 = SmallTree({0});
+  enum Shape { kSmall, kWide, kStopAt1, kStopAt0 };
   struct Case {
     char const* what;
     std::vector<std::pair<unsigned int, int>> adds;
     IdList expected;
-    bool wide = false;  // the root has two more leaves, 5 and 6
+    Shape shape = kSmall;  // kWide: the root has two more leaves, 5 and 6
   };
   Case const cases[] = {
       {"root alone", {{0, kDefault}}, {{0, 0}}},
@@ -79,11 +88,27 @@ TEST(RulesNodeSelectionTest, SmallCases) {
       {"removals keep the order of the rest, the parent comes last",
        {{3, 30}, {2, 20}, {5, 50}, {4, 40}},
        {{2, 20}, {5, 50}, {1, 40}},
-       true},
+       kWide},
+      {"records can stop at 1: its children stay", {{3, 5}, {4, 6}}, {{3, 5}, {4, 6}}, kStopAt1},
+      {"and 1 does not climb further",
+       {{3, 5}, {4, 6}, {2, 7}},
+       {{3, 5}, {4, 6}, {2, 7}},
+       kStopAt1},
+      {"the merge stops below a node where records stop",
+       {{3, 5}, {4, 6}, {2, 7}},
+       {{1, 6}, {2, 7}},
+       kStopAt0},
+      {"adding the parent still replaces the children",
+       {{3, 5}, {4, 6}, {1, 8}},
+       {{1, 8}},
+       kStopAt1},
   };
   refhost::Model wide = ShapeTree({{0, {1, 2, 5, 6}}, {1, {3, 4}}});
   for (Case const& c : cases) {
-    refhost::Model const& m = c.wide ? wide : small;
+    refhost::Model const& m = c.shape == kWide      ? wide
+                              : c.shape == kStopAt1 ? stopAt1
+                              : c.shape == kStopAt0 ? stopAt0
+                                                    : small;
     RulesNodeSelection selection;
     for (auto const& [id, number] : c.adds) selection.AddNode(m.Find(id), number);
     EXPECT_EQ(selection.EnumerateNodeIds(), c.expected) << c.what;
@@ -149,8 +174,9 @@ TEST(RulesNodeSelectionTest, SynchronizeWithAnotherTreeOfTheSameShape) {
 
 // Random trees and random AddNode sequences, checked against a plain model of
 // what the selection must cover: a node is covered when it or an ancestor was
-// added, or when all its children are covered; the selection holds exactly
-// the covered nodes whose parent is not covered.
+// added, or when all its children are covered and no record stops at it (it
+// has a default child); the selection holds exactly the covered nodes whose
+// parent is not covered.
 class RandomTree {
  public:
   explicit RandomTree(std::mt19937& rng) {
@@ -166,11 +192,13 @@ class RandomTree {
       unsigned int const parent = ids[std::uniform_int_distribution<int>(0, i - 1)(rng)];
       fnChildren[parent].push_back(ids[i]);
       fnParent[ids[i]] = parent;
+      if (rng() % 4 == 0) fnStops.insert(parent);
     }
     fnIds = ids;
   }
 
   std::map<unsigned int, std::vector<unsigned int>> const& Children() const { return fnChildren; }
+  std::set<unsigned int> const& Stops() const { return fnStops; }
   std::vector<unsigned int> const& Ids() const { return fnIds; }
   unsigned int Root() const { return fnIds[0]; }
 
@@ -180,7 +208,7 @@ class RandomTree {
       if (up == Root()) break;
     }
     auto kids = fnChildren.find(id);
-    if (kids == fnChildren.end() || kids->second.empty()) return false;
+    if (kids == fnChildren.end() || kids->second.empty() || fnStops.count(id) != 0) return false;
     return std::all_of(kids->second.begin(), kids->second.end(),
                        [&](unsigned int kid) { return Covered(kid, added); });
   }
@@ -199,13 +227,14 @@ class RandomTree {
   std::vector<unsigned int> fnIds;
   std::map<unsigned int, unsigned int> fnParent;
   std::map<unsigned int, std::vector<unsigned int>> fnChildren;
+  std::set<unsigned int> fnStops;  // inner nodes without default child
 };
 
 TEST(RulesNodeSelectionTest, RandomSequencesKeepTheInvariants) {
   std::mt19937 rng(20261123);
   for (int round = 0; round < 200; ++round) {
     RandomTree shape(rng);
-    refhost::Model m = ShapeTree(shape.Children());
+    refhost::Model m = ShapeTree(shape.Children(), shape.Stops());
     RulesNodeSelection selection;
     std::set<unsigned int> added;
     std::set<int> numbersGiven;

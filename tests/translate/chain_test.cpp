@@ -2,6 +2,8 @@
 // one to three links, edge modes, the default child, rules fetched once.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -25,12 +27,14 @@ std::string Export(const AttemptChain& chain, const ChainHost& h, int target,
 
 // A link's text tells its flag: for target 0, "(x = 1)" under flags 0 and 3
 // (missing values out), "(x != 2)" under flags 1 and 2 (missing values in).
-// Any nonzero edge mode (split, label, 9) writes the primary only.
+// Any nonzero edge mode (split, label, 9) writes the primary only. A link
+// with a missing-value child (here to child 0) ends the chain.
 TEST(Chain, ShapesAndFlags) {
   const struct {
     int links, target, edgeMode;
     int exports[3];
     const char* expected;
+    int missingLink = -1;
   } kCases[] = {
       {1, 0, EDGE_MODE_PATH, {1, 0, 0}, "(p = 1)"},
       {1, 1, EDGE_MODE_PATH, {1, 0, 0}, "(p != 1)"},
@@ -49,11 +53,15 @@ TEST(Chain, ShapesAndFlags) {
       {3, 1, EDGE_MODE_SPLIT, {1, 0, 0}, "(p != 1)"},
       {3, 0, EDGE_MODE_LABEL, {1, 0, 0}, "(p = 1)"},
       {2, 0, 9, {1, 0, 0}, "(p = 1)"},
+      {3, 0, EDGE_MODE_PATH, {2, 1, 0}, "(((p = 1) OR (p != 2)  AND  (s != 2)))", 1},
+      {3, 1, EDGE_MODE_PATH, {2, 1, 0}, "(((p = 2) OR (p != 1)  AND  (s = 2)))", 1},
+      {3, 1, EDGE_MODE_PATH, {1, 0, 0}, "(p = 2)", 0},
   };
   for (const auto& c : kCases) {
-    ChainHost h(c.links);
+    ChainHost h(c.links, true, 1, c.missingLink);
     const RuleExportManager manager = h.host.Manager();
     const std::unique_ptr<AttemptChain> chain(manager.BuildAttemptChain(h.node));
+    std::fill(std::begin(h.exports), std::end(h.exports), 0);  // count the export's calls only
     EXPECT_EQ(chain->GetDumbRule(), 1) << "row " << (&c - kCases);
     EXPECT_EQ(Export(*chain, h, c.target, c.edgeMode), c.expected) << "row " << (&c - kCases);
     for (int i = 0; i < 3; ++i) {
@@ -75,7 +83,7 @@ TEST(Chain, RulesFetchedOnce) {
   EXPECT_EQ(refhost::LiveObjects(refhost::ObjectKind::kSplitRule), 3);
 }
 
-// A leaf: no rules, no default child. Surrogates without a primary: the
+// A leaf: no rules, no default child, no record goes on. Surrogates without a primary: the
 // default child is not read, so the last link is written as for an ordinary
 // child. A null surrogate is left out.
 TEST(Chain, NodesWithoutSomeRules) {
@@ -86,7 +94,7 @@ TEST(Chain, NodesWithoutSomeRules) {
     int nullSurrogate, target, dumbRule;
     const char* expected;
   } kCases[] = {
-      {"leaf", 0, false, -1, 0, -1, ""},
+      {"leaf", 0, false, -1, 0, -1, "(1 = 0)"},
       {"no primary", 3, false, -1, 1, -1, "(((s = 2) OR (s != 1)  AND  (t = 2)))"},
       {"null surrogate", 3, true, 0, 0, 1, "(((p = 1) OR (p != 2)  AND  (t = 1)))"},
   };

@@ -110,8 +110,8 @@ TEST(Dispatch, OrderedStringsAsCategories) {
        "((size IS NULL) OR size <> 'S'  AND  size <> 'M'  AND  size <> 'L')"},
       {overlap, 0, DIALECT_SQL, TARGET_NODE, "(size = 'S')"},
       {overlap, 1, DIALECT_SQL, TARGET_NODE, "(size = 'M' OR size = 'L' OR size = 'XL')"},
-      {empty, 0, DIALECT_SQL, TARGET_DUMB_RULE, ""},
-      {childless, 0, DIALECT_SQL, TARGET_NODE, ""},
+      {empty, 0, DIALECT_SQL, TARGET_DUMB_RULE, "((size IS NULL) OR 1 = 1)"},
+      {childless, 0, DIALECT_SQL, TARGET_NODE, "(1 = 0)"},
   };
   const RuleExportManager manager = size.host.Manager();
   for (const auto& c : kCases) {

@@ -182,12 +182,13 @@ tree_800::SplitRule* CountingNode::GetSurrogate(int index) const {
   return index == fnNullSurrogate ? nullptr : TreeNode::GetSurrogate(index);
 }
 
-ChainHost::ChainHost(int links, bool primary, int defaultChild) {
+ChainHost::ChainHost(int links, bool primary, int defaultChild, int missingLink) {
   for (const char* name : {"p", "s", "t"}) {
     host.Add(Numeric(name, mdt_800::Variable::LEVEL_NOMINAL));
   }
   for (int i = primary ? 0 : 1; i < links; ++i) {
     auto split = std::make_unique<CountingSplit>(i, &exports[i]);
+    if (i == missingLink) split->SetMissingValueMapping(0);
     if (i == 0) {
       node.SetPrimary(std::move(split));
     } else {

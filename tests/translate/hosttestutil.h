@@ -129,12 +129,14 @@ class CountingNode : public refhost::TreeNode {
   int fnNullSurrogate = -1;
 };
 
-// Nominal predictors p, s, t; a node split on p (if primary) with surrogates.
+// Nominal predictors p, s, t; a node split on p (if primary) with surrogates;
+// link `missingLink` (if any) sends missing values to child 0.
 struct ChainHost {
   Host host;
   int exports[3] = {0, 0, 0};
   CountingNode node;
-  explicit ChainHost(int links = 3, bool primary = true, int defaultChild = 1);
+  explicit ChainHost(int links = 3, bool primary = true, int defaultChild = 1,
+                     int missingLink = -1);
 };
 
 }  // namespace translatetest

@@ -63,9 +63,9 @@ TEST(Nominal, Texts) {
       {kColor, 0, true, DIALECT_VELD, EDGE_MODE_PATH, 0,
        "(color EQ \"none\" OR color NE \"it's blue\"  AND  color NE \"green\")"},
       {kColor, 1, false, DIALECT_SQL, EDGE_MODE_PATH, 0,
-       "(color = 'it's blue' OR color = 'green')"},
+       "(color = 'it''s blue' OR color = 'green')"},
       {kColor, 0, true, DIALECT_SQL, EDGE_MODE_PATH, 0,
-       "((color IS NULL OR color = 'none') OR color <> 'it's blue'  AND  color <> 'green')"},
+       "((color IS NULL OR color = 'none') OR color <> 'it''s blue'  AND  color <> 'green')"},
   };
   for (const NominalCase& c : kCases) {
     RuleExportOptions options = Options(c.dialect, c.edgeMode);
@@ -96,7 +96,8 @@ TEST(Nominal, Texts) {
 }
 
 // Codes come out ascending; a code in two children's sets belongs to the later
-// child; no codes at all give nothing, not even the missing-value clause.
+// child; without codes a child takes nothing, or with missing values every
+// record.
 TEST(Nominal, CodeOrderOverlapAndEmptySets) {
   translatetest::Host host;
   const int x = host.Add(translatetest::Numeric("x", mdt_800::Variable::LEVEL_NOMINAL));
@@ -114,8 +115,8 @@ TEST(Nominal, CodeOrderOverlapAndEmptySets) {
       {overlap, 0, false, "(x = 1)"},
       {overlap, 2, false, "(x = 2 OR x = 3)"},
       {overlap, 1, true, "((x IS NULL) OR x <> 1  AND  x <> 2  AND  x <> 3)"},
-      {empty, 0, false, ""},
-      {empty, 0, true, ""},
+      {empty, 0, false, "(1 = 0)"},
+      {empty, 0, true, "((x IS NULL) OR 1 = 1)"},
   };
   const RuleExportManager manager = host.Manager();
   for (const auto& c : kCases) {

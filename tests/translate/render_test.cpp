@@ -67,8 +67,10 @@ TEST(Render, ValueTextInEachDialect) {
       {kNumber, Variant(-3L), "", DIALECT_GENERIC, 0, 0, "-3"},
       {kString, Variant("abc"), "", DIALECT_SQL, 0, 0, "'abc'"},
       {kString, Variant("abc"), "", DIALECT_VELD, 0, 0, "\"abc\""},
-      {kString, Variant("O'Brien"), "", DIALECT_SQL, 0, 0, "'O'Brien'"},  // not escaped
-      {kString, Variant("a\"b"), "", DIALECT_VELD, 0, 0, "\"a\"b\""},
+      {kString, Variant("O'Brien"), "", DIALECT_SQL, 0, 0, "'O''Brien'"},  // inner quote doubled
+      {kString, Variant("a\"b"), "", DIALECT_VELD, 0, 0, "\"a\"\"b\""},
+      {kString, Variant("'\"'"), "", DIALECT_GENERIC, 0, 0, "\"'\"\"'\""},
+      {kNumber, Variant(1.0), "it's", DIALECT_SQL, 1, 0, "'it''s'"},
       {kString, Variant("abc"), "", 5, 0, 0, "\"abc\""},
       {kNumber, Variant(DBL_MAX), "", 5, 0, 0, "1.797693134862316e+308"},
       {kNumber, Variant(1.0), "Male", DIALECT_SQL, 1, 0, "'Male'"},
