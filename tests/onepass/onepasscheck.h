@@ -1,0 +1,79 @@
+// What the one-pass checks share: random trees, probe records built from a
+// tree's own cuts and categories, the host's answer for each record (the
+// oracle) and the comparison of an engine's answers with it.
+#pragma once
+
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine.h"
+#include "host/variant.h"
+#include "output/onepasswriter.h"
+#include "refhost/model.h"
+#include "refhost/pmml/pmmlmodel.h"
+#include "refhost/records.h"
+
+namespace onepasstest {
+
+using Records = std::vector<std::vector<mdt_800::Variant>>;
+
+// A random tree over numeric, nominal, ordered-category and date predictors
+// with user-missing values: nominal and ordered splits, surrogates,
+// missing-value children, default children, and inner nodes where records
+// stop. Targets: 0 string classes, 1 numeric classes, 2 numbers, 3 dates.
+refhost::Model RandomModel(unsigned seed, int target);
+
+// Random records whose values lie on and beside every cut of the tree, and
+// are missing, user-missing, known or unknown categories; the target is
+// missing.
+Records ProbeRecords(refhost::Model const& model, std::size_t count, unsigned seed);
+
+// One record's answer: node number, prediction (without content when there
+// is none) and probability (NaN when there is none).
+struct Outcome {
+  long node;
+  mdt_800::Variant prediction;
+  double probability = std::nan("");
+};
+
+// Whether a record that stops at an inner node gets no prediction.
+using NoPrediction = std::function<bool(tree_800::Node const&, refhost::Record const&)>;
+// The rule of `settings`: by whether the node's primary predictor reaches the
+// tree as system-missing.
+NoPrediction BySettings(refhost::Model const& model, TreeOut_800::OnePassSettings const& settings);
+
+// The host's answers: the node where the classifier puts each record, its
+// number by `settings`, and its prediction unless `none` says otherwise.
+std::vector<Outcome> HostOutcomes(refhost::Model const& model, Records const& records,
+                                  TreeOut_800::OnePassSettings const& settings,
+                                  NoPrediction const& none);
+
+// Loads `records` as the table "records" of `engine`, runs `text` there (with
+// "records" in place of "<TABLE>"; an UPDATE script when `update`, after the
+// three columns are added) and reads every record's answer. Columns are named
+// as the text writes the model's variables: a quoted name as it stands, a
+// bare one in lower case, as PostgreSQL folds it.
+std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model const& model,
+                                    Records const& records, std::string text, bool update);
+
+// Adds a failure naming the first record whose answers differ; a date
+// prediction may come back as ISO text. Numbers may differ by `tolerance`
+// relative to their size (texts written in a shorter format).
+void ExpectSameOutcomes(std::vector<Outcome> const& expected, std::vector<Outcome> const& actual,
+                        Records const& records, std::string const& what, double tolerance = 0);
+
+// The records of a CSV file with a header, its columns matched to the
+// model's fields by name; an empty or unreadable number is missing.
+Records CsvRecords(refhost::PmmlModel const& pmml, std::string const& path);
+
+// The stop settings that the document's strategies give, and its node ids
+// as node numbers.
+TreeOut_800::OnePassSettings PmmlSettings(refhost::PmmlModel const& pmml);
+
+// Renames the model's variables as a tool does to make them safe in the
+// dialect: quoted SQL names, valid VELD names.
+void RenameVariables(refhost::Model& model, int dialect);
+
+}  // namespace onepasstest
