@@ -8,7 +8,6 @@
 
 #include "refhost/builder.h"
 #include "refhost/ordinalsplit.h"
-#include "refhost/shape.h"
 
 namespace {
 
@@ -102,49 +101,6 @@ TEST(ModelBuilder, RejectsMalformedDescriptions) {
       {Nothing, "no nodes"},
   };
   for (auto const& c : cases) EXPECT_EQ(BuildError(c.describe), c.message);
-}
-
-TEST(ShapeTree, RejectsDuplicatesAndStrayParents) {
-  struct {
-    std::vector<refhost::ShapeNode> nodes;
-    char const* message;
-  } const cases[] = {
-      {{{0, -1}, {1, 0}, {1, 0}}, "duplicate node id 1"},
-      {{{0, -1}, {2, 7}}, "node 2: parent 7 not in the list"},
-      {{{0, -1}, {1, -1}}, "two roots: node 0 and node 1"},
-  };
-  for (auto const& c : cases) {
-    try {
-      refhost::ShapeTree(c.nodes);
-      ADD_FAILURE() << "built: " << c.message;
-    } catch (std::invalid_argument const& e) {
-      EXPECT_STREQ(e.what(), c.message);
-    }
-  }
-}
-
-TEST(ShapeTree, KeepsChildOrderAndIds) {
-  refhost::Model const m = refhost::ShapeTree({{10, -1}, {7, 10}, {3, 10}, {8, 7}, {1, 10}});
-  std::vector<unsigned int> order;
-  for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();)
-    order.push_back(it.Next()->GetId());
-  EXPECT_EQ(order, (std::vector<unsigned int>{10, 7, 8, 3, 1}));
-  EXPECT_EQ(m.Find(8)->GetClassStatistics(0), nullptr);
-}
-
-TEST(RandomShape, NumbersNodesInPrefixOrderAndRepeatsForASeed) {
-  for (unsigned int seed = 1; seed <= 20; ++seed) {
-    refhost::Model const m = refhost::RandomShape(60, seed, 4);
-    unsigned int next = 0;
-    for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();) {
-      tree_800::Node const* node = it.Next();
-      ASSERT_EQ(node->GetId(), next++);
-      EXPECT_TRUE(node->GetNumChildren() == 0 ||
-                  (node->GetNumChildren() >= 2 && node->GetNumChildren() <= 4));
-    }
-    EXPECT_TRUE(next == 59 || next == 60) << next;
-    EXPECT_EQ(refhost::RandomShape(60, seed, 4).GetTree().Size(), m.GetTree().Size());
-  }
 }
 
 TEST(ModelBuilder, MakesSplitsAndStatisticsAsDescribed) {
