@@ -313,6 +313,17 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
     if (chains[i].missingField != out.fieldOf[0] || explicitMissing >= 0) return std::nullopt;
     explicitMissing = static_cast<int>(i);
   }
+  // PMML tries the children in order. One before the isMissing child that a
+  // missing value leaves UNKNOWN ends the walk under every strategy but none,
+  // and one that a surrogate makes true takes the record: then the host's
+  // missing-value child would not mean the same.
+  for (int i = 0; i < explicitMissing; ++i) {
+    std::vector<Member> const& members = chains[static_cast<std::size_t>(i)].members;
+    Pred::Kind const kind = members.size() == 1 ? members[0].kind : Pred::kTrue;
+    if (kind != Pred::kFalse && (kind != Pred::kAtom || strategy != MissingStrategy::kNone)) {
+      return std::nullopt;
+    }
+  }
   if (explicitMissing >= 0) out.missingChild = explicitMissing;
   return out;
 }
