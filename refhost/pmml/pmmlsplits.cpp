@@ -257,6 +257,42 @@ struct Splits {
   int defaultChild = -1;
 };
 
+// Whether the host's reading of the chains (position by position, each
+// child taking what the ones before it leave) gives what PMML's reading
+// gives (child by child, the first whose chain is true, where any strategy
+// but none ends the walk at a child whose chain is UNKNOWN). `positions`
+// counts the positions that test a field; one after them holds constants.
+bool TriedInOrderAlike(std::vector<Chain> const& chains, std::size_t positions,
+                       MissingStrategy strategy) {
+  int first = -1;  // the first chain that tests a field
+  bool trueEnd = false;
+  for (std::size_t i = 0; i < chains.size(); ++i) {
+    std::vector<Member> const& members = chains[i].members;
+    bool const constant = members.size() == 1 && members[0].kind != Pred::kAtom;
+    // A True child before the tests takes every record, missing or not; a
+    // False that ends a chain early makes the child false, where the host
+    // goes on to the next position.
+    if (constant && members[0].kind == Pred::kTrue && first < 0) return false;
+    for (std::size_t j = 0; j < members.size() && j < positions; ++j) {
+      if (members[j].kind == Pred::kFalse && j + 1 < members.size()) return false;
+      // True where other children test a field: PMML's child is true even
+      // when the field is missing, where the host asks the next position.
+      if (members[j].kind == Pred::kTrue && (j > 0 || positions > 1)) return false;
+    }
+    if (constant) continue;
+    if (first < 0) first = static_cast<int>(i);
+    if (strategy == MissingStrategy::kNone) continue;
+    // An UNKNOWN child ends the walk: every child must test every position,
+    // and a True after them all must be the first child's.
+    if (members.size() < positions) return false;
+    if (members.size() > positions && members[positions].kind == Pred::kTrue) {
+      if (!trueEnd && static_cast<int>(i) != first) return false;
+      trueEnd = true;
+    }
+  }
+  return true;
+}
+
 // The simple splits, or nothing when the predicates need the general
 // construction.
 std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int declaredDefault,
@@ -313,6 +349,7 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
     if (chains[i].missingField != out.fieldOf[0] || explicitMissing >= 0) return std::nullopt;
     explicitMissing = static_cast<int>(i);
   }
+  if (!TriedInOrderAlike(chains, out.rules.size(), strategy)) return std::nullopt;
   // PMML tries the children in order. One before the isMissing child that a
   // missing value leaves UNKNOWN ends the walk under every strategy but none,
   // and one that a surrogate makes true takes the record: then the host's

@@ -53,39 +53,52 @@ class Generator {
         << "\"/><ScoreDistribution value=\"q\" recordCount=\"" << Pick(9) << "\"/>";
     // Half the nodes split as exporters write them: each position of the
     // children's surrogate chains tests one field, two children by
-    // complementary tests (so no known value is left to no child), perhaps a
-    // third True or False child, an isMissing test beside one, a True ending
-    // one chain. The other half test two fields in their first child.
+    // complementary tests (so no known value is left to no child), one chain
+    // perhaps a test shorter or ending in True, perhaps a third True or False
+    // child; or overlapping tests before a True child; or constants only. An
+    // isMissing test may stand beside one child. The other half test two
+    // fields in their first child.
     if (Pick(2) && children > 0) {
-      std::vector<std::string> chains(2);
-      int const length = 1 + Pick(3);
       int const primary = Pick(4);
-      for (int j = 0; j < length; ++j) {
-        auto pair = j == 0 ? Pair(primary) : Pair(Pick(4));
-        if (Pick(3) == 0) {  // a compound on the one field, with its complement
-          auto const other = Pair(j == 0 ? primary : FieldOf(pair.first));
-          pair = Pick(2) ? std::pair{Op("and", pair.first, other.first),
-                                     Op("or", pair.second, other.second)}
-                         : std::pair{Op("xor", pair.first, other.first),
-                                     Op("xor", pair.first, other.second)};
+      std::vector<std::string> chains(2);
+      if (Pick(10) == 0) {
+        chains = {"<False/>", "<True/>"};
+      } else if (Pick(4) == 0) {
+        chains = {AtomOn(primary), AtomOn(primary), "<True/>"};
+      } else {
+        int const length = 1 + Pick(3);
+        int const shorter = length > 1 && Pick(3) == 0 ? Pick(2) : -1;
+        for (int j = 0; j < length; ++j) {
+          auto pair = j == 0 ? Pair(primary) : Pair(Pick(4));
+          if (Pick(3) == 0) {  // a compound on the one field, with its complement
+            auto const other = Pair(j == 0 ? primary : FieldOf(pair.first));
+            bool const constant = Pick(2);
+            std::string const withTrue = Pick(2) ? (constant ? "<True/>" : "<False/>") : "";
+            std::string const withFalse = withTrue.empty() ? "" : constant ? "<False/>" : "<True/>";
+            pair = Pick(2) ? std::pair{Op("and", pair.first, other.first + withTrue),
+                                       Op("or", pair.second, other.second + withFalse)}
+                           : std::pair{Op("xor", pair.first, other.first + withFalse),
+                                       Op("xor", pair.first, other.second + withFalse)};
+          }
+          if (j < length - 1 || shorter != 0) chains[0] += pair.first;
+          if (j < length - 1 || shorter != 1) chains[1] += pair.second;
         }
-        chains[0] += pair.first;
-        chains[1] += pair.second;
-      }
-      if (Pick(3) == 0) chains[Pick(2)] += "<True/>";
-      for (std::string& chain : chains) {
-        if (chain.find("<True/>") != std::string::npos || length > 1) {
-          chain = Op("surrogate", chain, "");
+        if (Pick(3) == 0) chains[Pick(2)] += "<True/>";
+        for (std::string& chain : chains) {
+          if (chain.find("<True/>") != std::string::npos || length > 1) {
+            chain = Op("surrogate", chain, "");
+          }
         }
       }
       if (Pick(3) == 0) {
         std::string& chain = chains[Pick(2)];
-        chain = Op("or",
-                   R"(<SimplePredicate field=")" + std::string(kFields[primary]) +
-                       R"(" operator="isMissing"/>)",
-                   chain);
+        chain =
+            Op("or",
+               R"(<SimplePredicate field=")" + std::string(kFields[Pick(4) ? primary : Pick(4)]) +
+                   R"(" operator="isMissing"/>)",
+               chain);
       }
-      if (children > 2) chains.push_back(Pick(2) ? "<True/>" : "<False/>");
+      if (children > 2 && chains.size() == 2) chains.push_back(Pick(2) ? "<True/>" : "<False/>");
       for (std::string const& chain : chains) Node(out, chain, depth + 1);
     } else {
       for (int k = 0; k < children; ++k)
