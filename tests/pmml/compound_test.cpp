@@ -63,8 +63,10 @@ class Generator {
       std::vector<std::string> chains(2);
       if (Pick(10) == 0) {
         chains = {"<False/>", "<True/>"};
+      } else if (Pick(10) == 0) {
+        chains = {"<True/>", Pair(primary).first};
       } else if (Pick(4) == 0) {
-        chains = {AtomOn(primary), AtomOn(primary), "<True/>"};
+        chains = {Pair(primary).first, Pick(2) ? Pair(primary).first : AtomOn(primary), "<True/>"};
       } else {
         int const length = 1 + Pick(3);
         int const shorter = length > 1 && Pick(3) == 0 ? Pick(2) : -1;
@@ -229,7 +231,7 @@ TEST(RandomDocuments, RouteAsTheDocumentSays) {
   int added = 0;
   int sqlChecked = 0;
   std::vector<std::vector<std::string>> const grid = Grid();
-  for (unsigned seed = 1; seed <= 150; ++seed) {
+  for (unsigned seed = 1; seed <= 300; ++seed) {
     std::string const text = Generator(seed).Document();
     SCOPED_TRACE("seed " + std::to_string(seed) + "\n" + text);
     refhost::LoadOptions options;
@@ -258,8 +260,8 @@ TEST(RandomDocuments, RouteAsTheDocumentSays) {
       ADD_FAILURE() << fault;
     }
   }
-  EXPECT_GT(added, 100);  // the documents did need added nodes
-  EXPECT_GT(sqlChecked, 500);
+  EXPECT_GT(added, 200);  // the documents did need added nodes
+  EXPECT_GT(sqlChecked, 1000);
 }
 
 }  // namespace
