@@ -31,7 +31,7 @@ class Generator {
         << R"(<DataField name="c" optype="categorical" dataType="string"><Value value="a"/><Value value="b"/><Value value="c"/><Value value="d"/></DataField>)"
         << R"(<DataField name="d" optype="continuous" dataType="dateTime"/>)"
         << R"(<DataField name="t" optype="categorical" dataType="string"><Value value="p"/><Value value="q"/></DataField>)"
-        << R"(</DataDictionary><TreeModel functionName="classification" missingValueStrategy=")"
+        << R"(</DataDictionary><TransformationDictionary><DerivedField name="dt" optype="continuous" dataType="dateTime"><FieldRef field="d"/></DerivedField></TransformationDictionary><TreeModel functionName="classification" missingValueStrategy=")"
         << kStrategies[Pick(6)] << R"(" noTrueChildStrategy=")"
         << (Pick(2) ? "returnLastPrediction" : "returnNullPrediction") << '"'
         << (Pick(2) ? R"( missingValuePenalty="0.5")" : "") << ">"
@@ -66,7 +66,8 @@ class Generator {
       } else if (Pick(10) == 0) {
         chains = {"<True/>", Pair(primary).first};
       } else if (Pick(4) == 0) {
-        chains = {Pair(primary).first, Pick(2) ? Pair(primary).first : AtomOn(primary), "<True/>"};
+        chains = {Pair(primary).first, Pick(2) ? Pair(primary).first : Pair(primary).second,
+                  "<True/>"};
       } else {
         int const length = 1 + Pick(3);
         int const shorter = length > 1 && Pick(3) == 0 ? Pick(2) : -1;
@@ -96,7 +97,7 @@ class Generator {
         std::string& chain = chains[Pick(2)];
         chain =
             Op("or",
-               R"(<SimplePredicate field=")" + std::string(kFields[Pick(4) ? primary : Pick(4)]) +
+               R"(<SimplePredicate field=")" + std::string(kFields[Pick(2) ? primary : Pick(4)]) +
                    R"(" operator="isMissing"/>)",
                chain);
       }
@@ -109,56 +110,29 @@ class Generator {
     out << "</Node>";
   }
 
-  // A test of one field: x 0, y 1, c 2, d 3.
-  std::string AtomOn(int field) {
-    static char const* const kOps[] = {"lessThan",       "lessOrEqual", "greaterThan",
-                                       "greaterOrEqual", "equal",       "notEqual"};
-    std::string const simple = std::string(R"(<SimplePredicate field=")") + kFields[field] + '"';
-    switch (field) {
-      case 0:
-        if (Pick(4) == 0) {
-          return std::string(R"(<SimpleSetPredicate field="x" booleanOperator=")") +
-                 (Pick(2) ? "isIn" : "isNotIn") +
-                 R"("><Array type="real">1 3</Array></SimpleSetPredicate>)";
-        }
-        return simple + " operator=\"" + kOps[Pick(6)] + "\" value=\"" +
-               std::to_string(1 + Pick(3)) + "\"/>";
-      case 1:
-        return simple + " operator=\"" + kOps[Pick(4)] + "\" value=\"" +
-               std::to_string(10 * (1 + Pick(2))) + "\"/>";
-      case 2:
-        if (Pick(2)) {
-          return simple + " operator=\"" + (Pick(2) ? "equal" : "notEqual") + R"(" value="d"/>)";
-        }
-        return std::string(R"(<SimpleSetPredicate field="c" booleanOperator=")") +
-               (Pick(2) ? "isIn" : "isNotIn") + R"("><Array type="string">)" +
-               (Pick(2) ? "a c" : "b") + "</Array></SimpleSetPredicate>";
-      default:
-        return simple + " operator=\"" + kOps[Pick(6)] + "\" value=\"" +
-               (Pick(2) ? "2020-01-01T12:00:00" : "2021-06-30") + "\"/>";
-    }
-  }
-
   static std::string Op(char const* op, std::string const& a, std::string const& b) {
     return std::string(R"(<CompoundPredicate booleanOperator=")") + op + "\">" + a + b +
            "</CompoundPredicate>";
   }
 
   static int FieldOf(std::string const& atom) {
+    if (atom.find(R"(field="dt")") != std::string::npos) return 3;
     for (int f = 0; f < 4; ++f) {
       if (atom.find(std::string("field=\"") + kFields[f] + '"') != std::string::npos) return f;
     }
     return 0;
   }
 
-  // A test of one field and its complement, in either order.
+  // A test of one field (x 0, y 1, c 2, d 3 or dt, its cast) and its
+  // complement, in either order.
   std::pair<std::string, std::string> Pair(int field) {
     static char const* const kPairs[][2] = {
         {"lessThan", "greaterOrEqual"}, {"lessOrEqual", "greaterThan"}, {"equal", "notEqual"}};
     static char const* const kValues[][2] = {
         {"1", "2"}, {"10", "20"}, {"d", "d"}, {"2020-01-01T12:00:00", "2021-06-30"}};
     std::pair<std::string, std::string> pair;
-    std::string const on = std::string("field=\"") + kFields[field] + '"';
+    std::string const on =
+        std::string("field=\"") + (field == 3 && Pick(2) ? "dt" : kFields[field]) + '"';
     if ((field == 0 || field == 2) && Pick(2)) {
       std::string const set = field == 0 ? R"(<Array type="real">1 3</Array>)"
                               : Pick(2)  ? R"(<Array type="string">a c</Array>)"
@@ -182,7 +156,7 @@ class Generator {
       return std::string(R"(<SimplePredicate field=")") + kFields[Pick(4)] + "\" operator=\"" +
              (Pick(2) ? "isMissing" : "isNotMissing") + "\"/>";
     }
-    return AtomOn(Pick(4));
+    return Pair(Pick(4)).first;
   }
 
   std::string Predicate(int depth) {
