@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -22,6 +23,7 @@
 #include "cli/recordreader.h"
 #include "cli/ruleswriter.h"
 #include "cli/scorer.h"
+#include "refhost/numbertext.h"
 
 namespace {
 
@@ -178,6 +180,17 @@ char Delimiter(std::string const& text) {
   return text[0];
 }
 
+// --stage-depth: auto (0), none (one expression) or a positive level count.
+int StageDepth(std::string const& text) {
+  if (text == "auto") return 0;
+  if (text == "none") return treeout_cli::RulesRequest::kOneExpression;
+  std::optional<double> const n = refhost::ParseDouble(text);
+  if (!n || *n < 1 || *n > 1e6 || *n != static_cast<int>(*n) ||
+      text.find_first_not_of("0123456789") != std::string::npos)
+    throw Usage("--stage-depth takes auto, none or a number of tree levels from 1", "rules");
+  return static_cast<int>(*n);
+}
+
 // The first argument names a subcommand; before it only --help and --version.
 void CheckSubcommand(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
@@ -216,7 +229,9 @@ int Run(int argc, char** argv) {
   std::string quoteNames = "needed";
   treeout_cli::RulesRequest request;
   bool update = false, variableLabels = false, valueLabels = false;
-  CLI::App* rules = app.add_subcommand("rules", "rule text for a node selection");
+  std::string stageDepth = "auto";
+  CLI::App* rules = app.add_subcommand(
+      "rules", "rule text for a node selection, or one statement that scores a whole table");
   rules->add_option("MODEL", rulesModel,
                     "PMML file, - for standard input (default: the sample model)");
   rules->add_option("--dialect", dialect, "sql, veld or generic (default sql)")
@@ -246,6 +261,15 @@ int Run(int argc, char** argv) {
   rules->add_flag("--add-columns", request.addColumns,
                   "with --dialect sql --update: ALTER TABLE statements that add nod_001, pre_001 "
                   "and prb_001 first");
+  rules->add_flag("--one-pass", request.onePass,
+                  "one statement (one script in VELD) that gives every record of the table its "
+                  "node, prediction and probability in one scan, as score does; the select form "
+                  "returns the table's columns and nod_001, pre_001, prb_001");
+  rules->add_option("--stage-depth", stageDepth,
+                    "one-pass SQL: auto (default) splits a deep tree into stages that SQLite "
+                    "takes; none writes one expression (PostgreSQL and DuckDB take it for trees "
+                    "of ordinary depth, and PostgreSQL runs only that form in parallel); N: at "
+                    "most N tree levels per stage");
   addOutput(rules);
 
   std::string scoreModel, scoreData, delimiter = ",", probabilities = "predicted";
@@ -318,6 +342,7 @@ int Run(int argc, char** argv) {
       request.nodes = SplitIds(nodes);
       request.table = table;
       request.quoteAlways = quoteNames == "always";
+      request.stageDepth = StageDepth(stageDepth);
       try {
         treeout_cli::CheckRequest(request);
       } catch (treeout_cli::UsageError const& e) {
