@@ -191,17 +191,21 @@ void WriteRules(refhost::PmmlModel& model, RulesRequest const& request, std::ost
   // One statement per leaf in prefix order; a whole update script then
   // stamps the records that stop at inner nodes, which no leaf takes.
   out << Preamble(model, request, table);
+  bool const update = request.options.fnUpdateMode != 0;
   for (tree_800::Node const* node : PrefixNodes(m.Root())) {
-    // A copy goes with its original.
-    if (node->GetNumChildren() > 0 || model.IsAdded(node->GetId())) continue;
+    if (node->GetNumChildren() > 0) continue;
+    // A selection covers a leaf and its copies; an update statement takes
+    // one node, so each copy gets its own, under the leaf's number.
+    if (!update && model.IsAdded(node->GetId())) continue;
     TreeOut_800::RulesNodeSelection selection;
-    for (tree_800::Node const* host : model.NodesFor(model.PmmlId(node->GetId()))) {
+    for (tree_800::Node const* host : update ? std::vector<tree_800::Node const*>{node}
+                                             : model.NodesFor(model.PmmlId(node->GetId()))) {
       selection.AddNode(host, static_cast<int>(model.OutputId(host->GetId())));
     }
     out << Statement(adapter, request, selection, table);
     CheckOutput(out);
   }
-  if (request.options.fnUpdateMode == 0) return;
+  if (!update) return;
   TreeOut_800::OnePassWriter const writer(&m.GetTree(), &m.GetMetadata());
   std::string const stops =
       writer.ExportStopStatements(request.options, Settings(model, request)).Str();

@@ -5,7 +5,8 @@
 // digits or lie at the edge of the doubles, with records on each, in a table
 // named "order lines". Every leaf's SELECT and the whole update script
 // (creating its own columns) agree with `treeout score`, with the default
-// quoting and with --quote-names always.
+// quoting and with --quote-names always; so do the one-pass SELECT and
+// UPDATE, and the VELD scripts in PSPP under their mapped names.
 #include <gtest/gtest.h>
 
 #include "enginecheck.h"
@@ -28,9 +29,11 @@ TEST_P(HostileNames, RunAsWrittenAndSelectWhatScoringGives) {
   options.flags = {"--quote-names", quoting};
   options.addColumns = true;
   enginecheck::Model const& model = enginecheck::Prepared(kHostile, options);
-  
   enginecheck::CheckLeafSelections(*engine, model);
   enginecheck::CheckUpdateScript(*engine, model);
+  enginecheck::CheckOnePass(*engine, model);
+  if (kind == EngineKind::kSqlite && std::string(quoting) == "needed")
+    enginecheck::CheckVeldScripts(model);
 }
 
 INSTANTIATE_TEST_SUITE_P(Quoting, HostileNames,

@@ -38,10 +38,17 @@ struct Model {
   std::vector<testsupport::Row> rows;        // one per record of the data
   std::vector<Score> scores;                 // one per record
   bool classification = false;
+  bool textPrediction = false;          // a category or a date
   bool sixDecimals = false;             // the update script writes probabilities as "%f" does
   std::vector<std::string> leaves;      // node ids, in prefix order
   std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
   std::string update;                   // `treeout rules --update`, every leaf
+  std::string onePass, onePassUpdate;   // `treeout rules --one-pass`, select and update
+  // VELD: the model's file, the records (dates as date numbers), the whole
+  // update script and the one-pass script.
+  std::string modelPath;
+  std::vector<testsupport::Row> records;
+  std::string veldUpdate, veldOnePass;
 };
 
 // The model of `files` with the tool's text for `options`, made once per
@@ -53,8 +60,13 @@ Model const& Prepared(ModelFiles const& files, Options const& options);
 // Every leaf's SELECT returns exactly the records scored at that leaf.
 void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
 
-// The whole update script gives every record the node, prediction and
-// probability that scoring gives.
+// The whole update script, the one-pass SELECT and the one-pass UPDATE each
+// give every record the node, prediction and probability that scoring gives.
 void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
+void CheckOnePass(testsupport::Engine& engine, Model const& model);
+
+// So do the VELD whole update script and the VELD one-pass script, run by
+// PSPP (skipped when PSPP is not installed).
+void CheckVeldScripts(Model const& model);
 
 }  // namespace enginecheck
