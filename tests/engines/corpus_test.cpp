@@ -5,7 +5,8 @@
 // the one-pass SELECT and the one-pass UPDATE give every record the node,
 // prediction and probability that `treeout score` gives; in PSPP, so do the
 // VELD whole update script and the VELD one-pass script. The hand-written
-// documents are scored over probe records (data/make_probes.py); those whose
+// documents are scored over probe records (data/make_probes.py); the 11,999
+// node tree by the one-pass texts only; the documents whose
 // answers blend several nodes (aggregateNodes, weightedConfidence) are left
 // out, as the text cannot give them and the program says so.
 #include <gtest/gtest.h>
@@ -35,6 +36,8 @@ ModelFiles const kModels[] = {
     {"compound", "pmml/compound.pmml", "../engines/data/compound.csv"},
     {"date_target", "pmml/date_target.pmml", "../engines/data/date_target.csv"},
     {"surrogates", "pmml/surrogates.pmml", "../engines/data/surrogates.csv"},
+    {"sk_synth_deep_class", "trained/sk_synth_deep_class/model.pmml",
+     "trained/sk_synth_deep_class/data.csv", true},
 };
 
 class Corpus : public testing::TestWithParam<std::tuple<ModelFiles, EngineKind>> {};

@@ -138,6 +138,7 @@ Model Make(ModelFiles const& files, Options const& options) {
   rules.insert(rules.end(), options.flags.begin(), options.flags.end());
   std::string allText;
   for (std::string const& leaf : model.leaves) {
+    if (files.onePassOnly) break;
     std::vector<std::string> args = rules;
     args.insert(args.end(), {"--nodes", leaf});
     model.selections.push_back(Tool(args));
@@ -152,11 +153,13 @@ Model Make(ModelFiles const& files, Options const& options) {
     rules.push_back("--add-columns");
     onePass.push_back("--add-columns");
   }
-  model.update = Tool(rules);
+  if (!files.onePassOnly) {
+    model.update = Tool(rules);
+    model.veldUpdate = Tool({"rules", modelPath, "--dialect", "veld", "--update"});
+  }
   model.onePassUpdate = Tool(onePass);
   model.sixDecimals = SixDecimals(model.update);
-  allText += model.update;
-  model.veldUpdate = Tool({"rules", modelPath, "--dialect", "veld", "--update"});
+  allText += model.update + model.onePass;
   model.veldOnePass = Tool({"rules", modelPath, "--dialect", "veld", "--one-pass"});
 
   for (mdt_800::Variable const& variable : variables) {
@@ -292,7 +295,7 @@ Model const& Prepared(ModelFiles const& files, Options const& options) {
 
 void CheckLeafSelections(Engine& engine, Model const& model) {
   engine.Load(model.options.table, model.columns, model.rows);
-  for (std::size_t l = 0; l < model.leaves.size(); ++l) {
+  for (std::size_t l = 0; l < model.selections.size(); ++l) {
     std::vector<long> expected;
     for (std::size_t r = 0; r < model.scores.size(); ++r) {
       if (model.scores[r].node == model.leaves[l]) expected.push_back(static_cast<long>(r));
@@ -311,6 +314,7 @@ void CheckLeafSelections(Engine& engine, Model const& model) {
 }
 
 void CheckUpdateScript(Engine& engine, Model const& model) {
+  if (model.update.empty()) return;
   CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
 }
 
@@ -355,8 +359,15 @@ void CheckVeldScripts(Model const& model) {
     }
     records.push_back(std::move(values));
   }
-  for (auto const& [script, what] : {std::pair{&model.veldUpdate, "PSPP update script"},
-                                     std::pair{&model.veldOnePass, "PSPP one-pass script"}}) {
+  struct Script {
+    std::string const* text;
+    char const* what;
+    bool sixDecimals;
+  };
+  for (auto const& [script, what, sixDecimals] :
+       {Script{&model.veldUpdate, "PSPP update script", SixDecimals(model.veldUpdate)},
+        Script{&model.veldOnePass, "PSPP one-pass script", false}}) {
+    if (script->empty()) continue;
     std::vector<Answer> answers;
     try {
       for (auto const& row :
@@ -371,7 +382,7 @@ void CheckVeldScripts(Model const& model) {
       ADD_FAILURE() << what << ", " << model.name << ": " << e.what();
       continue;
     }
-    ExpectScores(answers, model, SixDecimals(*script), what);
+    ExpectScores(answers, model, sixDecimals, what);
   }
 }
 
