@@ -45,6 +45,7 @@ struct Model {
   std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
   std::string update;                   // `treeout rules --update`, every leaf
   std::string onePass, onePassUpdate;   // `treeout rules --one-pass`, select and update
+  std::string onePassUnstaged;          // the select with --stage-depth none
   // VELD: the model's file, the records (dates as date numbers), the whole
   // update script and the one-pass script.
   std::string modelPath;
@@ -63,7 +64,8 @@ Model const& Prepared(ModelFiles const& files, Options const& options);
 void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
 
 // The whole update script, the one-pass SELECT and the one-pass UPDATE each
-// give every record the node, prediction and probability that scoring gives.
+// give every record the node, prediction and probability that scoring gives;
+// so does the unstaged SELECT, in the engines other than SQLite.
 void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
 void CheckOnePass(testsupport::Engine& engine, Model const& model);
 
