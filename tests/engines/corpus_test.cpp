@@ -6,9 +6,9 @@
 // prediction and probability that `treeout score` gives; in PSPP, so do the
 // VELD whole update script and the VELD one-pass script. The hand-written
 // documents are scored over probe records (data/make_probes.py); the 11,999
-// node tree by the one-pass texts only; the documents whose
-// answers blend several nodes (aggregateNodes, weightedConfidence) are left
-// out, as the text cannot give them and the program says so.
+// node tree by the one-pass texts only. Where scoring blends several nodes
+// (aggregateNodes, weightedConfidence) the text gives the node without a
+// prediction, as the program says.
 #include <gtest/gtest.h>
 
 #include "enginecheck.h"
@@ -36,6 +36,8 @@ ModelFiles const kModels[] = {
     {"compound", "pmml/compound.pmml", "../engines/data/compound.csv"},
     {"date_target", "pmml/date_target.pmml", "../engines/data/date_target.csv"},
     {"surrogates", "pmml/surrogates.pmml", "../engines/data/surrogates.csv"},
+    {"aggregate", "pmml/aggregate.pmml", "../engines/data/aggregate.csv"},
+    {"weighted", "pmml/weighted.pmml", "../engines/data/weighted.csv"},
     {"sk_synth_deep_class", "trained/sk_synth_deep_class/model.pmml",
      "trained/sk_synth_deep_class/data.csv", true},
 };

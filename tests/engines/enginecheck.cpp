@@ -100,6 +100,7 @@ Model Make(ModelFiles const& files, Options const& options) {
     refhost::Model const& m = pmml.GetModel();
     variables = m.GetMetadata().GetVariables();
     model.textPrediction = pmml.Target().kind != refhost::PmmlField::kNumber;
+    model.blends = !pmml.TextLimit().empty();
     model.modelPath = modelPath;
     std::vector<tree_800::Node const*> stack{m.Root()};
     while (!stack.empty()) {
@@ -195,10 +196,12 @@ bool IsLeaf(Model const& model, std::string const& node) {
 
 // Whether `got` is what scoring gives: the probability exactly, or for a
 // leaf rounded to six decimals where the text writes it so; a date
-// prediction may come back as a date number.
+// prediction may come back as a date number; no prediction where scoring
+// blends.
 bool Matches(Answer const& got, Score const& score, Model const& model, bool sixDecimals) {
   if (!got.node || refhost::ParseDouble(*got.node) != refhost::ParseDouble(score.node))
     return false;
+  if (model.blends && !got.prediction && !got.probability) return true;
   if (score.prediction.empty())
     return (!got.prediction || got.prediction->empty()) && !got.probability;
   if (!got.prediction) return false;

@@ -39,7 +39,10 @@ struct Model {
   std::vector<testsupport::Row> rows;        // one per record of the data
   std::vector<Score> scores;                 // one per record
   bool classification = false;
-  bool textPrediction = false;          // a category or a date
+  bool textPrediction = false;  // a category or a date
+  // Scoring blends several nodes for some records, which the text leaves at
+  // the node where they stop without a prediction (the program says so).
+  bool blends = false;
   bool sixDecimals = false;             // the update script writes probabilities as "%f" does
   std::vector<std::string> leaves;      // node ids, in prefix order
   std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
