@@ -267,9 +267,9 @@ int Run(int argc, char** argv) {
                   "returns the table's columns and nod_001, pre_001, prb_001");
   rules->add_option("--stage-depth", stageDepth,
                     "one-pass SQL: auto (default) splits a deep tree into stages that SQLite "
-                    "takes; none writes one expression (PostgreSQL and DuckDB take it for trees "
-                    "of ordinary depth, and PostgreSQL runs only that form in parallel); N: at "
-                    "most N tree levels per stage");
+                    "takes, the fastest form in DuckDB too; none writes one expression, which "
+                    "PostgreSQL runs in parallel (turn its jit off); N: at most N tree levels per "
+                    "stage");
   addOutput(rules);
 
   std::string scoreModel, scoreData, delimiter = ",", probabilities = "predicted";
