@@ -29,7 +29,19 @@ namespace {
 
 using treeout_cli::InputError;
 
-std::string const kSampleModel = std::string(TREEOUT_EXAMPLES_DIR) + "/credit.pmml";
+// The sample model: the installed copy beside the program (PREFIX/bin and
+// PREFIX/share/treeout/examples), else the source tree's for a built program.
+std::string SampleModel() {
+  char self[4096];
+  ssize_t const length = ::readlink("/proc/self/exe", self, sizeof self - 1);
+  if (length > 0) {
+    std::string path(self, static_cast<std::size_t>(length));
+    path.erase(path.find_last_of('/') + 1);
+    path += "../share/treeout/examples/credit.pmml";
+    if (::access(path.c_str(), R_OK) == 0) return path;
+  }
+  return std::string(TREEOUT_EXAMPLES_DIR) + "/credit.pmml";
+}
 char const kStdin[] = "standard input";
 
 // A fault of the command line (status 2) or of the files (status 1); the
@@ -214,7 +226,7 @@ int Run(int argc, char** argv) {
     command->add_option("-o,--output", outputPath, "write to this file instead of standard output");
   };
 
-  std::string showModel = kSampleModel;
+  std::string showModel = SampleModel();
   bool dot = false, svg = false;
   CLI::App* show = app.add_subcommand("show", "the tree as an indented outline, or as a picture");
   show->add_option("MODEL", showModel,
@@ -224,7 +236,7 @@ int Run(int argc, char** argv) {
       ->excludes(dotFlag);
   addOutput(show);
 
-  std::string rulesModel = kSampleModel;
+  std::string rulesModel = SampleModel();
   std::string dialect = "sql", edgeMode = "path", numberFormat = "exact", nodes, table;
   std::string quoteNames = "needed";
   treeout_cli::RulesRequest request;
