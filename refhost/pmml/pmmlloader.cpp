@@ -21,8 +21,10 @@
 #include <memory>
 
 #include "refhost/pmml/pmmldocument.h"
+#include "refhost/pmml/pmmlnodeids.h"
 #include "refhost/pmml/pmmlreading.h"
 #include "refhost/pmml/pmmlrouting.h"
+#include "refhost/pmml/pmmlstatistics.h"
 
 namespace refhost {
 namespace {
@@ -52,15 +54,6 @@ bool IsPredicate(std::string_view name) {
          name == "True" || name == "False";
 }
 
-// The key under which ids clash: "1" and "01" are one number.
-std::string IdKey(std::string const& id) {
-  bool digits = !id.empty();
-  for (char c : id) digits = digits && c >= '0' && c <= '9';
-  if (!digits) return "t" + id;
-  std::size_t const first = id.find_first_not_of('0');
-  return "n" + (first == std::string::npos ? std::string("0") : id.substr(first));
-}
-
 struct Frame {
   TreeNode* host = nullptr;
   Where where;
@@ -72,9 +65,7 @@ struct Frame {
   Pred predicate;
   std::string scoreText;
   bool hasScore = false;
-  std::vector<double> counts, probabilities;
-  bool anyProbability = false;
-  bool anyDistribution = false;
+  Distribution distribution;
   std::vector<ChildSpec> children;
   std::vector<std::string> childIds;
   std::uint32_t docIndex = 0;
@@ -125,7 +116,8 @@ class Loader : public NodeMaker {
   }
 
   PmmlModel Take() {
-    std::vector<unsigned int> ids = SettleIds();
+    CheckNumericIds();
+    std::vector<unsigned int> ids = fnIds.Settle(fnNodes, fnInOrder);
     if (fnDocument) {
       for (DocNode& node : fnDocument->nodes) node.outputId = ids[node.host->GetId()];
     }
@@ -173,7 +165,7 @@ class Loader : public NodeMaker {
  private:
   TreeNode* NewAdded(TreeNode const& origin, PmmlModel::NodeInfo::Role role) {
     TreeNode* node = NewHostNode();
-    CopyStatistics(origin, *node);
+    CopyStatistics(origin, *node, Target().categories.size());
     PmmlModel::NodeInfo info;
     info.origin = fnNodes[origin.GetId()].origin;
     info.documentId = fnNodes[info.origin].documentId;
@@ -296,7 +288,11 @@ class Loader : public NodeMaker {
         top.predicate = ReadPredicate(fnXml, fnFields, fnDerived);
         top.havePredicate = true;
       } else if (name == "ScoreDistribution") {
-        Distribution(top);
+        if (fnClassification) {
+          ReadDistribution(fnXml, Target(), top.distribution);
+        } else {
+          SkipElement(fnXml);
+        }
       } else if (name == "EmbeddedModel" || name == "Regression" || name == "DecisionTree") {
         Here(fnXml).Fail(std::string(name) + " inside a Node is not supported");
       } else {
@@ -315,22 +311,21 @@ class Loader : public NodeMaker {
     frame.hasDefault = false;
     frame.havePredicate = false;
     frame.hasScore = false;
-    frame.anyProbability = false;
-    frame.anyDistribution = false;
     frame.children.clear();
     frame.childIds.clear();
     frame.childDocs.clear();
     fnLines.push_back(frame.where.line);
-    PmmlModel::NodeInfo info;
-    info.origin = static_cast<std::uint32_t>(fnNodes.size());
-    fnDocHost.push_back(info.origin);
+    fnDocHost.push_back(static_cast<std::uint32_t>(fnNodes.size()));
+    fnNodes.emplace_back();
+    PmmlModel::NodeInfo& info = fnNodes.back();
+    info.origin = fnDocHost.back();
     if (std::string const* id = fnXml.Attribute("id")) {
       frame.id = *id;
       frame.hasId = true;
       info.documentId = *id;
       CheckId(*id, frame);
     } else {
-      fnAllNumbers = false;
+      fnIds.NoteNone();
     }
     if (std::string const* count = fnXml.Attribute("recordCount")) {
       std::optional<double> const n = ParseNumber(*count);
@@ -346,29 +341,14 @@ class Loader : public NodeMaker {
       frame.scoreText = *score;
       frame.hasScore = true;
     }
-    std::size_t const n = fnClassification ? Target().categories.size() : 0;
-    frame.counts.assign(n, 0);
-    frame.probabilities.assign(n, 0);
-    fnNodes.push_back(std::move(info));
+    frame.distribution.Reset(fnClassification ? Target().categories.size() : 0);
   }
 
   // Ids clash as numbers ("1" and "01") or as texts; the message names both
   // nodes.
   void CheckId(std::string const& id, Frame const& frame) {
-    std::uint32_t const doc = frame.docIndex;
-    bool digits = !id.empty() && id.size() <= 19;
-    for (char c : id) digits = digits && c >= '0' && c <= '9';
-    std::uint32_t other = doc;
-    if (digits) {
-      unsigned long long const n = std::stoull(id);
-      fnNumericIds.emplace_back(n, doc);  // clashes are found at the end, sorted
-      if (n > 0xFFFFFFFFull) fnAllNumbers = false;
-      fnMaxId = std::max<unsigned long long>(fnMaxId, n);
-    } else {
-      other = fnTextIds.emplace(IdKey(id), doc).first->second;
-      fnAllNumbers = false;
-    }
-    if (other != doc) IdClash(doc, other);
+    std::uint32_t const other = fnIds.Note(frame.docIndex, id);
+    if (other != frame.docIndex) IdClash(frame.docIndex, other);
   }
 
   // Document node `doc` has the id of the earlier node `other`.
@@ -381,46 +361,11 @@ class Loader : public NodeMaker {
   }
 
   void CheckNumericIds() {
-    std::sort(fnNumericIds.begin(), fnNumericIds.end());
-    std::uint32_t clash = UINT32_MAX;
-    std::uint32_t with = 0;
-    for (std::size_t i = 1; i < fnNumericIds.size(); ++i) {
-      if (fnNumericIds[i].first == fnNumericIds[i - 1].first && fnNumericIds[i].second < clash) {
-        clash = fnNumericIds[i].second;  // the first clash in document order
-        with = fnNumericIds[i - 1].second;
-      }
-    }
-    if (clash != UINT32_MAX) IdClash(clash, with);
+    if (auto const clash = fnIds.NumericClash()) IdClash(clash->first, clash->second);
   }
 
   FieldDef const& Target() const {
     return fnFields.defs[static_cast<std::size_t>(fnFields.target)];
-  }
-
-  void Distribution(Frame& frame) {
-    Where const at = Here(fnXml);
-    if (!fnClassification) return SkipElement(fnXml);
-    std::string const value = AttributeOr(fnXml, "value", "");
-    int const code = Target().CodeOf(value);
-    if (code == 0) {
-      at.Fail("value " + Quote(value) + " is not a category of the target " + Quote(Target().name));
-    }
-    std::string const countText = AttributeOr(fnXml, "recordCount", "0");
-    std::optional<double> const count = ParseNumber(countText);
-    if (!count) at.Fail("recordCount " + Quote(countText) + " is not a number");
-    if (*count < 0) at.Fail("recordCount " + Quote(countText) + " is negative");
-    std::size_t const c = static_cast<std::size_t>(code - 1);
-    frame.counts[c] += *count;
-    if (std::string const* p = fnXml.Attribute("probability")) {
-      std::optional<double> const probability = ParseNumber(*p);
-      if (!probability || *probability < 0 || *probability > 1) {
-        at.Fail("probability " + Quote(*p) + " is not a number from 0 to 1");
-      }
-      frame.probabilities[c] = *probability;
-      frame.anyProbability = true;
-    }
-    frame.anyDistribution = true;
-    SkipElement(fnXml);
   }
 
   void CloseNode() {
@@ -429,14 +374,15 @@ class Loader : public NodeMaker {
     if (fnDepth == 0 && frame.predicate.kind != Pred::kTrue) {
       frame.predicate.where.Fail("the root Node's predicate must be True");
     }
-    Statistics(frame);
+    SetStatistics(*frame.host, frame.where, Target(), fnClassification,
+                  frame.hasScore ? &frame.scoreText : nullptr, frame.distribution);
     int declaredDefault = -1;
     if (frame.hasDefault && !frame.children.empty()) {
       for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
         if (frame.childIds[i] == frame.defaultChild) declaredDefault = static_cast<int>(i);
       }
       for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
-        if (IdKey(frame.childIds[i]) == IdKey(frame.defaultChild)) {
+        if (NodeIds::Key(frame.childIds[i]) == NodeIds::Key(frame.defaultChild)) {
           declaredDefault = static_cast<int>(i);
         }
       }
@@ -475,7 +421,7 @@ class Loader : public NodeMaker {
     node.defaultChild = declaredDefault;
     node.host = frame.host;
     node.recordCount = fnNodes[frame.host->GetId()].recordCount;
-    node.counts = frame.counts;
+    node.counts = frame.distribution.counts;
     bool const weighted = fnMissing == MissingStrategy::kWeightedConfidence;
     if (weighted && fnDepth > 0 && node.recordCount < 0) {
       frame.where.Fail("no recordCount, which missingValueStrategy 'weightedConfidence' needs");
@@ -483,83 +429,6 @@ class Loader : public NodeMaker {
     // aggregateNodes adds up the record counts of distributions (of scores
     // weighted by record counts in a regression tree); a node without them
     // adds nothing.
-  }
-
-  // Class statistics: the score's code and each code's probability, from
-  // the distribution's probabilities, else its record counts. Value
-  // statistics: the score as a number (a date number for a date target).
-  void Statistics(Frame& frame) {
-    FieldDef const& target = Target();
-    if (!fnClassification) {
-      if (!frame.hasScore) return;
-      std::optional<double> const value = target.NumberOf(frame.scoreText);
-      if (!value) {
-        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a " +
-                         (target.kind == PmmlField::kDate ? "date" : "number"));
-      }
-      frame.host->SetValueStatistics(*value);
-      return;
-    }
-    std::size_t const n = target.categories.size();
-    if (!frame.anyProbability) {
-      double total = 0;
-      for (double c : frame.counts) total += c;
-      if (total > 0) {
-        for (std::size_t i = 0; i < n; ++i) frame.probabilities[i] = frame.counts[i] / total;
-      }
-    }
-    int predicted = 0;
-    if (frame.hasScore) {
-      predicted = target.CodeOf(frame.scoreText);
-      if (predicted == 0) {
-        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a category of the target " +
-                         Quote(target.name));
-      }
-    } else if (frame.anyDistribution) {
-      predicted = 1;
-      for (std::size_t i = 1; i < n; ++i) {
-        if (frame.probabilities[i] > frame.probabilities[static_cast<std::size_t>(predicted - 1)]) {
-          predicted = static_cast<int>(i) + 1;
-        }
-      }
-    }
-    if (predicted > 0) frame.host->SetClassStatistics(predicted, frame.probabilities);
-  }
-
-  void CopyStatistics(TreeNode const& from, TreeNode& to) const {
-    if (tree_800::ClassStatistics const* stats = from.GetClassStatistics(0)) {
-      std::vector<double> probabilities;
-      for (std::size_t c = 1; c <= Target().categories.size(); ++c) {
-        probabilities.push_back(stats->GetProbability(static_cast<int>(c)));
-      }
-      to.SetClassStatistics(stats->GetPredictedCategory(), std::move(probabilities));
-    }
-    if (tree_800::ValueStatistics const* value = from.GetValueStatistics(0)) {
-      to.SetValueStatistics(value->GetPredictedValue());
-    }
-  }
-
-  // --- ids ---
-
-  std::vector<unsigned int> SettleIds() {
-    CheckNumericIds();
-    fnInOrder = !fnAllNumbers;
-    std::vector<unsigned int> ids(fnNodes.size());
-    unsigned long long next = 0;
-    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
-      if (fnNodes[i].role != PmmlModel::NodeInfo::kDocument) continue;
-      ids[i] = fnInOrder ? static_cast<unsigned int>(next++)
-                         : static_cast<unsigned int>(std::stoull(fnNodes[i].documentId));
-    }
-    if (!fnInOrder) next = static_cast<unsigned long long>(fnMaxId) + 1;
-    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
-      if (fnNodes[i].role == PmmlModel::NodeInfo::kDocument) continue;
-      if (next > 0xFFFFFFFFull) {
-        throw PmmlError("the tree's node ids leave no room for the nodes the loader adds", 0);
-      }
-      ids[i] = static_cast<unsigned int>(next++);
-    }
-    return ids;
   }
 
   XmlReader& fnXml;
@@ -581,12 +450,9 @@ class Loader : public NodeMaker {
   std::unique_ptr<Tree> fnTree;
   std::vector<PmmlModel::NodeInfo> fnNodes;  // by provisional id
   std::uint32_t fnDocNodes = 0;
-  std::vector<std::pair<unsigned long long, std::uint32_t>> fnNumericIds;  // (id, doc index)
-  std::unordered_map<std::string, std::uint32_t> fnTextIds;
+  NodeIds fnIds;
   std::vector<long> fnLines;             // by document index
   std::vector<std::uint32_t> fnDocHost;  // document index -> fnNodes index
-  bool fnAllNumbers = true;
-  unsigned long long fnMaxId = 0;
   bool fnInOrder = false;
   std::vector<std::uint32_t> fnStopsAlike;  // nodes whose splits cannot tell why one stops
   std::vector<Frame> fnFrames;
