@@ -8,9 +8,17 @@
 
 namespace refhost::pmml {
 
-int FieldDef::CodeOf(std::string const& text) const {
-  auto const found = codeByText.find(text);
-  if (found != codeByText.end()) return found->second;
+int FieldDef::CodeOf(std::string_view text) const {
+  // A short list is searched in place, sparing a key string per lookup; the
+  // first category with the text has it, as in the map.
+  if (categories.size() <= 16) {
+    for (std::size_t i = 0; i < categories.size(); ++i) {
+      if (categories[i] == text) return static_cast<int>(i) + 1;
+    }
+  } else {
+    auto const found = codeByText.find(std::string(text));
+    if (found != codeByText.end()) return found->second;
+  }
   if (kind == PmmlField::kString && !boolean) return 0;
   std::optional<double> const number = NumberOf(text);
   if (!number) return 0;
@@ -20,7 +28,7 @@ int FieldDef::CodeOf(std::string const& text) const {
   return 0;
 }
 
-std::optional<double> FieldDef::NumberOf(std::string const& text) const {
+std::optional<double> FieldDef::NumberOf(std::string_view text) const {
   if (boolean) {
     std::string lower;
     for (char c : text) lower += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
@@ -31,7 +39,7 @@ std::optional<double> FieldDef::NumberOf(std::string const& text) const {
   if (kind == PmmlField::kNumber) return ParseNumber(text);
   if (kind == PmmlField::kDate) {
     try {
-      return DateNumberFromIso(text);
+      return DateNumberFromIso(std::string(text));
     } catch (std::invalid_argument const&) {
       return std::nullopt;
     }

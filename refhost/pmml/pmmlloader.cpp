@@ -319,25 +319,25 @@ class Loader : public NodeMaker {
     fnNodes.emplace_back();
     PmmlModel::NodeInfo& info = fnNodes.back();
     info.origin = fnDocHost.back();
-    if (std::string const* id = fnXml.Attribute("id")) {
+    if (std::optional<std::string_view> const id = fnXml.Value("id")) {
       frame.id = *id;
       frame.hasId = true;
-      info.documentId = *id;
-      CheckId(*id, frame);
+      info.documentId = frame.id;
+      CheckId(frame.id, frame);
     } else {
       fnIds.NoteNone();
     }
-    if (std::string const* count = fnXml.Attribute("recordCount")) {
+    if (std::optional<std::string_view> const count = fnXml.Value("recordCount")) {
       std::optional<double> const n = ParseNumber(*count);
       if (!n) frame.where.Fail("recordCount " + Quote(*count) + " is not a number");
       if (*n < 0) frame.where.Fail("recordCount " + Quote(*count) + " is negative");
       info.recordCount = *n;
     }
-    if (std::string const* d = fnXml.Attribute("defaultChild")) {
+    if (std::optional<std::string_view> const d = fnXml.Value("defaultChild")) {
       frame.defaultChild = *d;
       frame.hasDefault = true;
     }
-    if (std::string const* score = fnXml.Attribute("score")) {
+    if (std::optional<std::string_view> const score = fnXml.Value("score")) {
       frame.scoreText = *score;
       frame.hasScore = true;
     }

@@ -13,18 +13,18 @@ void Distribution::Reset(std::size_t categories) {
 
 void ReadDistribution(XmlReader& xml, FieldDef const& target, Distribution& into) {
   Where const at = Here(xml);
-  std::string const value = AttributeOr(xml, "value", "");
+  std::string_view const value = ValueOr(xml, "value", "");
   int const code = target.CodeOf(value);
   if (code == 0) {
     at.Fail("value " + Quote(value) + " is not a category of the target " + Quote(target.name));
   }
-  std::string const countText = AttributeOr(xml, "recordCount", "0");
+  std::string_view const countText = ValueOr(xml, "recordCount", "0");
   std::optional<double> const count = ParseNumber(countText);
   if (!count) at.Fail("recordCount " + Quote(countText) + " is not a number");
   if (*count < 0) at.Fail("recordCount " + Quote(countText) + " is negative");
   std::size_t const c = static_cast<std::size_t>(code - 1);
   into.counts[c] += *count;
-  if (std::string const* p = xml.Attribute("probability")) {
+  if (std::optional<std::string_view> const p = xml.Value("probability")) {
     std::optional<double> const probability = ParseNumber(*p);
     if (!probability || *probability < 0 || *probability > 1) {
       at.Fail("probability " + Quote(*p) + " is not a number from 0 to 1");

@@ -37,18 +37,24 @@ void XmlReader::FailByte(unsigned char c) const {
 }
 
 void XmlReader::Consume(char const* from, char const* to) {
-  // Eight bytes at a time while none is a line feed, a NUL or above 0x7F;
-  // byte by byte from such a byte to the end of its character.
+  // Eight bytes at a time while none is a NUL or above 0x7F, counting the
+  // line feeds among them; byte by byte from such a byte to the end of its
+  // character, and for a tail shorter than a word. In a word of bytes below
+  // 0x80, adding 0x7F to each byte carries into its top bit unless the byte
+  // is zero, and never into the next byte, so the top bits left clear mark
+  // the zero bytes exactly.
   std::uint64_t const ones = 0x0101010101010101ull;
   std::uint64_t const highs = 0x8080808080808080ull;
+  std::uint64_t const lows = 0x7F7F7F7F7F7F7F7Full;
+  auto const zeros = [&](std::uint64_t x) { return ~((x + lows) | x | lows); };
   char const* p = from;
   while (p < to) {
     while (to - p >= 8) {
       std::uint64_t w = 0;
       std::memcpy(&w, p, 8);
-      std::uint64_t const feeds = w ^ (ones * '\n');
-      std::uint64_t const special = ((w - ones) & ~w) | ((feeds - ones) & ~feeds) | w;
-      if ((special & highs) != 0) break;
+      if ((w & highs) != 0 || zeros(w) != 0) break;
+      // One top bit per line feed, gathered into the top byte by a multiply.
+      fnLine += static_cast<long>(((zeros(w ^ (ones * '\n')) >> 7) * ones) >> 56);
       p += 8;
     }
     char const* const stop = std::min(to, p + 8);

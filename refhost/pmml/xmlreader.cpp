@@ -21,28 +21,67 @@ std::size_t const kBlock = 64 * 1024;
 
 inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-// Name characters as a table: ASCII letters, digits, '_', ':', '-', '.',
-// and every byte of a multi-byte UTF-8 character.
-struct NameTable {
-  bool is[256] = {};
-  NameTable() {
+// Byte classes as a table. Name characters: ASCII letters, digits, '_',
+// ':', '-', '.', and every byte of a multi-byte UTF-8 character. Value
+// stops: the bytes an attribute value's scan must look at (either quote,
+// and what makes a value need decoding or fail: '&', '<' and blanks other
+// than the space). Special: the bytes Consume must see (a line feed, a NUL,
+// and those above 0x7F); a token without them needs no Consume.
+enum : unsigned char { kNameChar = 1, kValueStop = 2, kColon = 4, kSpecial = 8 };
+struct ByteTable {
+  unsigned char is[256] = {};
+  ByteTable() {
     for (int c = 0; c < 256; ++c) {
-      is[c] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-              c == '_' || c == ':' || c == '-' || c == '.' || c >= 0x80;
+      bool const name = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                        (c >= '0' && c <= '9') || c == '_' || c == ':' || c == '-' || c == '.' ||
+                        c >= 0x80;
+      bool const stop =
+          c == '"' || c == '\'' || c == '&' || c == '<' || c == '\t' || c == '\n' || c == '\r';
+      bool const special = c == '\n' || c == 0 || c >= 0x80;
+      is[c] = static_cast<unsigned char>((name ? kNameChar : 0) | (stop ? kValueStop : 0) |
+                                         (c == ':' ? kColon : 0) | (special ? kSpecial : 0));
     }
   }
 };
-NameTable const kNames;
+ByteTable const kBytes;
 
-inline bool IsNameChar(char c) { return kNames.is[static_cast<unsigned char>(c)]; }
+inline bool IsNameChar(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kNameChar; }
+inline bool IsValueStop(char c) {
+  return kBytes.is[static_cast<unsigned char>(c)] & (kValueStop | kSpecial);
+}
+inline bool IsSpecial(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kSpecial; }
+
+// Skips blanks from `q`, noting a line feed among them.
+inline char const* SkipBlanks(char const* q, char const* end, bool& special) {
+  for (; q < end && IsBlank(*q); ++q) special = special || *q == '\n';
+  return q;
+}
 
 bool IsNameStart(char c) {
   return IsNameChar(c) && !(c >= '0' && c <= '9') && c != '-' && c != '.';
 }
 
+// The end of the name that starts at `q`; `local` is where it starts
+// without its prefix. Notes a special byte in it.
+inline char const* ScanName(char const* q, char const* end, char const*& local, bool& special) {
+  local = q;
+  for (; q < end; ++q) {
+    unsigned char const k = kBytes.is[static_cast<unsigned char>(*q)];
+    if ((k & kNameChar) == 0) break;
+    if (k & (kColon | kSpecial)) {
+      if (k & kColon) local = q + 1;
+      special = special || (k & kSpecial);
+    }
+  }
+  return q;
+}
+
+// Names are short: a plain loop beats a library search here.
 std::string_view Local(std::string_view name) {
-  std::size_t const colon = name.find(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (name[i] == ':') return name.substr(i + 1);
+  }
+  return name;
 }
 
 // The first place of `what` in [p, end), or null.
@@ -83,11 +122,40 @@ void XmlReader::Fail(std::string const& what) const {
   throw PmmlError("not an XML document: " + what + " at line " + std::to_string(fnLine), fnLine);
 }
 
+std::optional<std::string_view> XmlReader::Value(std::string_view name) const {
+  for (std::size_t i = 0; i < fnNumAttrs; ++i) {
+    if (fnAttrs[i].name == name) return fnAttrs[i].View();
+  }
+  return std::nullopt;
+}
+
 std::string const* XmlReader::Attribute(std::string_view name) const {
   for (std::size_t i = 0; i < fnNumAttrs; ++i) {
-    if (Local(fnAttrs[i].name) == name) return &fnAttrs[i].value;
+    Attr const& a = fnAttrs[i];
+    if (a.name != name) continue;
+    if (!a.plain) return &a.decoded;
+    if (!a.copied) {
+      a.copy.assign(a.raw.data(), a.raw.size());
+      a.copied = true;
+    }
+    return &a.copy;
   }
   return nullptr;
+}
+
+std::string_view XmlReader::OpenName() const {
+  std::size_t const n = fnOpenEnds.size();
+  std::size_t const from = n > 1 ? fnOpenEnds[n - 2] : 0;
+  return std::string_view(fnOpenNames).substr(from, fnOpenEnds[n - 1] - from);
+}
+
+// The innermost open element ends: its name becomes the kEnd's.
+void XmlReader::CloseElement() {
+  fnEndName.assign(OpenName());
+  fnOpenEnds.pop_back();
+  fnOpenNames.resize(fnOpenEnds.empty() ? 0 : fnOpenEnds.back());
+  fnName = Local(fnEndName);
+  if (fnOpenEnds.empty()) fnFinished = true;
 }
 
 // A UTF-8 byte order mark is skipped; one of UTF-16 says what the file is.
@@ -110,15 +178,14 @@ XmlReader::Event XmlReader::Next() {
   fnNumAttrs = 0;
   if (fnPendingEnd) {
     fnPendingEnd = false;
-    fnEndName = std::move(fnOpen.back());
-    fnOpen.pop_back();
-    fnName = Local(fnEndName);
-    if (fnOpen.empty()) fnFinished = true;
+    CloseElement();
     return kEnd;
   }
   for (;;) {
     if (fnPos == fnEnd && !More(fnPos)) {
-      if (!fnOpen.empty()) Fail("the end of the file inside element '" + fnOpen.back() + "'");
+      if (!fnOpenEnds.empty()) {
+        Fail("the end of the file inside element '" + std::string(OpenName()) + "'");
+      }
       if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
       return kDone;
     }
@@ -159,15 +226,18 @@ bool XmlReader::TryStartTag(char const*& start) {
     if (*q == 0) FailByte(0);
     Fail("a name was expected after '<'");
   }
-  while (q < end && IsNameChar(*q)) ++q;
+  char const* local = nullptr;
+  bool special = false;  // whether Consume must see the tag's bytes
+  q = ScanName(q, end, local, special);
   if (q == end) return false;
   std::string_view const name(start + 1, static_cast<std::size_t>(q - start - 1));
+  std::string_view const localName(local, static_cast<std::size_t>(q - local));
   if (fnFinished) Fail("a second document element");
   std::size_t count = 0;
   bool empty = false;
   for (;;) {
     bool const blank = IsBlank(*q);
-    while (q < end && IsBlank(*q)) ++q;
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     if (*q == '/') {
       if (q + 1 == end) return false;
@@ -183,45 +253,52 @@ bool XmlReader::TryStartTag(char const*& start) {
     if (!blank) Fail("no blank before an attribute in tag '" + std::string(name) + "'");
     char const* n = q;
     if (!IsNameStart(*n)) Fail("an attribute name was expected in tag '" + std::string(name) + "'");
-    while (q < end && IsNameChar(*q)) ++q;
+    char const* attrLocal = nullptr;
+    q = ScanName(q, end, attrLocal, special);
     if (q == end) return false;
     std::string_view const attr(n, static_cast<std::size_t>(q - n));
-    while (q < end && IsBlank(*q)) ++q;
+    std::string_view const attrName(attrLocal, static_cast<std::size_t>(q - attrLocal));
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     if (*q != '=') Fail("attribute '" + std::string(attr) + "' without '='");
     ++q;
-    while (q < end && IsBlank(*q)) ++q;
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     char const quote = *q;
     if (quote != '"' && quote != '\'') Fail("an attribute value without quotes");
     char const* const v = ++q;
     bool plain = true;  // no reference, blank to normalise or '<'
-    for (; q < end && *q != quote; ++q) {
-      char const c = *q;
-      plain = plain && c != '&' && c != '<' && c != '\t' && c != '\n' && c != '\r';
+    for (;;) {
+      while (q < end && !IsValueStop(*q)) ++q;
+      if (q == end) return false;
+      if (*q == quote) break;
+      special = special || IsSpecial(*q);
+      plain = plain && (*q == '"' || *q == '\'' || (IsSpecial(*q) && *q != '\n'));
+      ++q;
     }
-    if (q == end) return false;
     std::string_view const raw(v, static_cast<std::size_t>(q - v));
     ++q;
     if (!plain && raw.find('<') != std::string_view::npos) Fail("'<' inside an attribute value");
     for (std::size_t i = 0; i < count; ++i) {
-      if (fnAttrs[i].name == attr) Fail("attribute '" + std::string(attr) + "' given twice");
+      if (fnAttrs[i].rawName == attr) Fail("attribute '" + std::string(attr) + "' given twice");
     }
     if (count == fnAttrs.size()) fnAttrs.emplace_back();
-    fnAttrs[count].name = attr;
-    if (plain) {
-      fnAttrs[count].value.assign(raw.data(), raw.size());
-    } else {
-      Decode(raw, fnAttrs[count].value, true);
-    }
+    Attr& a = fnAttrs[count];
+    a.rawName = attr;
+    a.name = attrName;
+    a.raw = raw;
+    a.plain = plain;
+    a.copied = false;
+    if (!plain) Decode(raw, a.decoded, true);
     ++count;
   }
-  Consume(start, q);
+  if (special) Consume(start, q);
   fnPos = q;
   fnNumAttrs = count;
   fnSeenRoot = true;
-  fnOpen.emplace_back(name);
-  fnName = Local(name);
+  fnOpenNames.append(name.data(), name.size());
+  fnOpenEnds.push_back(fnOpenNames.size());
+  fnName = localName;
   fnPendingEnd = empty;
   return true;
 }
@@ -235,16 +312,14 @@ bool XmlReader::TryEndTag(char const*& start) {
   if (q == end) return false;
   if (*q != '>' || name.empty()) Fail("an end tag without its name and '>'");
   ++q;
-  if (fnOpen.empty() || fnOpen.back() != name) {
+  if (fnOpenEnds.empty() || OpenName() != name) {
     Fail("end tag '" + std::string(name) + "' where " +
-         (fnOpen.empty() ? std::string("no element is open") : "'" + fnOpen.back() + "' is open"));
+         (fnOpenEnds.empty() ? std::string("no element is open")
+                             : "'" + std::string(OpenName()) + "' is open"));
   }
   Consume(start, q);
   fnPos = q;
-  fnEndName = std::move(fnOpen.back());
-  fnOpen.pop_back();
-  fnName = Local(fnEndName);
-  if (fnOpen.empty()) fnFinished = true;
+  CloseElement();
   return true;
 }
 
@@ -271,7 +346,7 @@ bool XmlReader::TryMarkup(char const*& start) {
     if (close == nullptr) return false;
     close += 3;
   } else if (is("<![CDATA[")) {
-    if (fnOpen.empty()) Fail("a CDATA section outside the document element");
+    if (fnOpenEnds.empty()) Fail("a CDATA section outside the document element");
     close = Find(start + 9, end, "]]>");
     if (close == nullptr) return false;
     fnText.assign(start + 9, close);
@@ -299,15 +374,16 @@ void XmlReader::ReadText() {
   fnText.clear();
   // Blanks up to the next tag, the usual case, cost one pass.
   std::size_t blanks = 0;  // from fnPos, which More may move
+  long feeds = 0;
   for (;;) {
     char const* q = fnPos + blanks;
-    while (q < fnEnd && (*q == ' ' || *q == '\n' || *q == '\t' || *q == '\r')) ++q;
+    for (; q < fnEnd && IsBlank(*q); ++q) feeds += *q == '\n';
     blanks = static_cast<std::size_t>(q - fnPos);
     if (q < fnEnd || !More(fnPos)) break;
   }
   char const* const p = fnPos + blanks;
   if (p == fnEnd || *p == '<') {
-    Consume(fnPos, p);
+    fnLine += feeds;  // blanks are all Consume would look at
     fnPos = p;
     return;
   }
@@ -320,7 +396,7 @@ void XmlReader::ReadText() {
   std::string_view const raw(fnPos, static_cast<std::size_t>(end - fnPos));
   Consume(fnPos, end);
   fnPos = end;
-  if (fnOpen.empty()) {
+  if (fnOpenEnds.empty()) {
     if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
     Fail("text after the document element");
   }
