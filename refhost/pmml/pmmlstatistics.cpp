@@ -12,22 +12,23 @@ void Distribution::Reset(std::size_t categories) {
 }
 
 void ReadDistribution(XmlReader& xml, FieldDef const& target, Distribution& into) {
-  Where const at = Here(xml);
+  // Where it stands is made only for a message (before the reader moves on).
+  auto const at = [&xml] { return Here(xml); };
   std::string_view const value = ValueOr(xml, "value", "");
   int const code = target.CodeOf(value);
   if (code == 0) {
-    at.Fail("value " + Quote(value) + " is not a category of the target " + Quote(target.name));
+    at().Fail("value " + Quote(value) + " is not a category of the target " + Quote(target.name));
   }
   std::string_view const countText = ValueOr(xml, "recordCount", "0");
   std::optional<double> const count = ParseNumber(countText);
-  if (!count) at.Fail("recordCount " + Quote(countText) + " is not a number");
-  if (*count < 0) at.Fail("recordCount " + Quote(countText) + " is negative");
+  if (!count) at().Fail("recordCount " + Quote(countText) + " is not a number");
+  if (*count < 0) at().Fail("recordCount " + Quote(countText) + " is negative");
   std::size_t const c = static_cast<std::size_t>(code - 1);
   into.counts[c] += *count;
   if (std::optional<std::string_view> const p = xml.Value("probability")) {
     std::optional<double> const probability = ParseNumber(*p);
     if (!probability || *probability < 0 || *probability > 1) {
-      at.Fail("probability " + Quote(*p) + " is not a number from 0 to 1");
+      at().Fail("probability " + Quote(*p) + " is not a number from 0 to 1");
     }
     into.probabilities[c] = *probability;
     into.anyProbability = true;

@@ -149,12 +149,12 @@ std::string_view XmlReader::OpenName() const {
   return std::string_view(fnOpenNames).substr(from, fnOpenEnds[n - 1] - from);
 }
 
-// The innermost open element ends: its name becomes the kEnd's.
+// The innermost open element ends. Its name stays in fnOpenNames, as the
+// kEnd's name, until the next event.
 void XmlReader::CloseElement() {
-  fnEndName.assign(OpenName());
+  fnName = Local(OpenName());
   fnOpenEnds.pop_back();
-  fnOpenNames.resize(fnOpenEnds.empty() ? 0 : fnOpenEnds.back());
-  fnName = Local(fnEndName);
+  fnTrim = true;
   if (fnOpenEnds.empty()) fnFinished = true;
 }
 
@@ -176,6 +176,10 @@ XmlReader::Event XmlReader::Next() {
     SkipByteOrderMark();
   }
   fnNumAttrs = 0;
+  if (fnTrim) {
+    fnOpenNames.resize(fnOpenEnds.empty() ? 0 : fnOpenEnds.back());
+    fnTrim = false;
+  }
   if (fnPendingEnd) {
     fnPendingEnd = false;
     CloseElement();

@@ -100,13 +100,13 @@ class XmlReader {
   bool fnSeenRoot = false;
   bool fnFinished = false;
   std::string_view fnName;
-  std::string fnEndName;  // an empty element's name, for its kEnd
   std::vector<Attr> fnAttrs;
   std::size_t fnNumAttrs = 0;
   std::string fnText;
   // Raw names of the open elements, one after another, and where each ends.
   std::string fnOpenNames;
   std::vector<std::size_t> fnOpenEnds;
+  bool fnTrim = false;  // the last closed element's name is still in fnOpenNames
 };
 
 }  // namespace refhost::pmml
