@@ -13,7 +13,9 @@
 // child taken for a missing value).
 #include "refhost/pmml/pmmlmodel.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "host/systemmissing.h"
 #include "refhost/numbertext.h"
@@ -59,10 +61,21 @@ PmmlModel::PmmlModel(Model model, std::vector<PmmlField> fields, std::vector<Nod
   for (std::size_t i = 0; i < fnFields.size(); ++i) {
     if (fnFields[i].isTarget) fnTarget = i;
   }
-  fnIndex.reserve(fnNodes.size());
+  unsigned int maxId = 0;
+  for (NodeInfo const& node : fnNodes) maxId = std::max(maxId, node.hostId);
+  bool const dense = maxId < 4 * fnNodes.size() + 64;
+  if (dense) {
+    fnDense.assign(std::size_t{maxId} + 1, UINT32_MAX);
+  } else {
+    fnIndex.reserve(fnNodes.size());
+  }
   std::uint32_t documentNodes = 0;
   for (std::uint32_t k = 0; k < fnNodes.size(); ++k) {
-    fnIndex.emplace(fnNodes[k].hostId, k);
+    if (dense) {
+      fnDense[fnNodes[k].hostId] = k;
+    } else {
+      fnIndex.emplace(fnNodes[k].hostId, k);
+    }
     if (fnNodes[k].role == NodeInfo::kCopy) fnCopies.emplace(fnNodes[k].origin, k);
     if (fnDocument) {
       fnDocIndex.push_back(fnNodes[k].role == NodeInfo::kDocument ? documentNodes++ : 0);
@@ -114,9 +127,19 @@ bool PmmlModel::IsClassification() const {
   return target != nullptr && target->GetEncoding() != nullptr;
 }
 
-PmmlModel::NodeInfo const* PmmlModel::Info(unsigned int hostId) const {
+std::optional<std::uint32_t> PmmlModel::IndexOf(unsigned int hostId) const {
+  if (!fnDense.empty()) {
+    if (hostId >= fnDense.size() || fnDense[hostId] == UINT32_MAX) return std::nullopt;
+    return fnDense[hostId];
+  }
   auto const it = fnIndex.find(hostId);
-  return it == fnIndex.end() ? nullptr : &fnNodes[it->second];
+  if (it == fnIndex.end()) return std::nullopt;
+  return it->second;
+}
+
+PmmlModel::NodeInfo const* PmmlModel::Info(unsigned int hostId) const {
+  std::optional<std::uint32_t> const k = IndexOf(hostId);
+  return k ? &fnNodes[*k] : nullptr;
 }
 
 unsigned int PmmlModel::OutputId(unsigned int hostId) const {
@@ -151,10 +174,10 @@ std::vector<tree_800::Node const*> PmmlModel::NodesFor(std::string const& output
   }
   unsigned long long const n = std::stoull(outputId);
   if (n > 0xFFFFFFFFull) return found;
-  auto const it = fnIndex.find(static_cast<unsigned int>(n));
-  if (it == fnIndex.end() || fnNodes[it->second].role != NodeInfo::kDocument) return found;
+  std::optional<std::uint32_t> const k = IndexOf(static_cast<unsigned int>(n));
+  if (!k || fnNodes[*k].role != NodeInfo::kDocument) return found;
   found.push_back(fnModel.Find(static_cast<unsigned int>(n)));
-  auto const copies = fnCopies.equal_range(it->second);
+  auto const copies = fnCopies.equal_range(*k);
   for (auto c = copies.first; c != copies.second; ++c) {
     found.push_back(fnModel.Find(fnNodes[c->second].hostId));
   }

@@ -26,8 +26,17 @@ inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == 
 // stops: the bytes an attribute value's scan must look at (either quote,
 // and what makes a value need decoding or fail: '&', '<' and blanks other
 // than the space). Special: the bytes Consume must see (a line feed, a NUL,
-// and those above 0x7F); a token without them needs no Consume.
-enum : unsigned char { kNameChar = 1, kValueStop = 2, kColon = 4, kSpecial = 8 };
+// and those above 0x7F); a token without them needs no Consume. Plain name
+// characters: those that are neither ':' nor special. Value bytes: neither
+// value stops nor special.
+enum : unsigned char {
+  kNameChar = 1,
+  kValueStop = 2,
+  kColon = 4,
+  kSpecial = 8,
+  kPlainName = 16,
+  kValueByte = 32
+};
 struct ByteTable {
   unsigned char is[256] = {};
   ByteTable() {
@@ -38,18 +47,28 @@ struct ByteTable {
       bool const stop =
           c == '"' || c == '\'' || c == '&' || c == '<' || c == '\t' || c == '\n' || c == '\r';
       bool const special = c == '\n' || c == 0 || c >= 0x80;
+      bool const plainName = name && c != ':' && !special;
       is[c] = static_cast<unsigned char>((name ? kNameChar : 0) | (stop ? kValueStop : 0) |
-                                         (c == ':' ? kColon : 0) | (special ? kSpecial : 0));
+                                         (c == ':' ? kColon : 0) | (special ? kSpecial : 0) |
+                                         (plainName ? kPlainName : 0) |
+                                         (!stop && !special ? kValueByte : 0));
     }
   }
 };
 ByteTable const kBytes;
 
 inline bool IsNameChar(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kNameChar; }
-inline bool IsValueStop(char c) {
-  return kBytes.is[static_cast<unsigned char>(c)] & (kValueStop | kSpecial);
-}
 inline bool IsSpecial(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kSpecial; }
+
+// The first byte from `q` on that is not of `cls` (a table bit), or `end`;
+// four bytes a step while there are four.
+inline char const* SkipClass(char const* q, char const* end, unsigned char cls) {
+  unsigned char const* const is = kBytes.is;
+  auto const at = [&q](int i) { return static_cast<unsigned char>(q[i]); };
+  while (end - q >= 4 && (is[at(0)] & is[at(1)] & is[at(2)] & is[at(3)] & cls)) q += 4;
+  while (q < end && (is[static_cast<unsigned char>(*q)] & cls)) ++q;
+  return q;
+}
 
 // Skips blanks from `q`, noting a line feed among them.
 inline char const* SkipBlanks(char const* q, char const* end, bool& special) {
@@ -65,15 +84,16 @@ bool IsNameStart(char c) {
 // without its prefix. Notes a special byte in it.
 inline char const* ScanName(char const* q, char const* end, char const*& local, bool& special) {
   local = q;
-  for (; q < end; ++q) {
-    unsigned char const k = kBytes.is[static_cast<unsigned char>(*q)];
-    if ((k & kNameChar) == 0) break;
-    if (k & (kColon | kSpecial)) {
-      if (k & kColon) local = q + 1;
-      special = special || (k & kSpecial);
+  for (;;) {
+    q = SkipClass(q, end, kPlainName);
+    if (q == end || !IsNameChar(*q)) return q;
+    if (*q == ':') {
+      local = q + 1;
+    } else {
+      special = true;
     }
+    ++q;
   }
-  return q;
 }
 
 // Names are short: a plain loop beats a library search here.
@@ -273,7 +293,7 @@ bool XmlReader::TryStartTag(char const*& start) {
     char const* const v = ++q;
     bool plain = true;  // no reference, blank to normalise or '<'
     for (;;) {
-      while (q < end && !IsValueStop(*q)) ++q;
+      q = SkipClass(q, end, kValueByte);
       if (q == end) return false;
       if (*q == quote) break;
       special = special || IsSpecial(*q);
@@ -381,7 +401,20 @@ void XmlReader::ReadText() {
   long feeds = 0;
   for (;;) {
     char const* q = fnPos + blanks;
-    for (; q < fnEnd && IsBlank(*q); ++q) feeds += *q == '\n';
+    while (q < fnEnd) {
+      if (*q == ' ') {
+        // Indentation: eight spaces at a time.
+        std::uint64_t const spaces = 0x2020202020202020ull;
+        std::uint64_t w = 0;
+        while (fnEnd - q >= 8 && (std::memcpy(&w, q, 8), w == spaces)) q += 8;
+        while (q < fnEnd && *q == ' ') ++q;
+      } else if (IsBlank(*q)) {
+        feeds += *q == '\n';
+        ++q;
+      } else {
+        break;
+      }
+    }
     blanks = static_cast<std::size_t>(q - fnPos);
     if (q < fnEnd || !More(fnPos)) break;
   }
