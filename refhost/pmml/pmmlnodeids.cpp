@@ -4,6 +4,7 @@
 #include "refhost/pmml/pmmlnodeids.h"
 
 #include <algorithm>
+#include <charconv>
 #include <climits>
 
 namespace refhost::pmml {
@@ -23,7 +24,8 @@ std::uint32_t NodeIds::Note(std::uint32_t doc, std::string const& id) {
     fnAllNumbers = false;
     return fnTexts.emplace(Key(id), doc).first->second;
   }
-  unsigned long long const n = std::stoull(id);
+  unsigned long long n = 0;
+  std::from_chars(id.data(), id.data() + id.size(), n);  // at most 19 digits: no overflow
   fnNumeric.emplace_back(n, doc);
   if (n > 0xFFFFFFFFull) fnAllNumbers = false;
   fnMaxId = std::max<unsigned long long>(fnMaxId, n);
@@ -51,8 +53,12 @@ std::vector<unsigned int> NodeIds::Settle(std::vector<PmmlModel::NodeInfo> const
   unsigned long long next = 0;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     if (nodes[i].role != PmmlModel::NodeInfo::kDocument) continue;
-    ids[i] = inOrder ? static_cast<unsigned int>(next++)
-                     : static_cast<unsigned int>(std::stoull(nodes[i].documentId));
+    unsigned long long id = 0;
+    if (!inOrder) {
+      std::string const& text = nodes[i].documentId;
+      std::from_chars(text.data(), text.data() + text.size(), id);
+    }
+    ids[i] = static_cast<unsigned int>(inOrder ? next++ : id);
   }
   if (!inOrder) next = fnMaxId + 1;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
