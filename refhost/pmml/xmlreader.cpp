@@ -81,14 +81,16 @@ bool IsNameStart(char c) {
 }
 
 // The end of the name that starts at `q`; `local` is where it starts
-// without its prefix. Notes a special byte in it.
+// without its prefix (up to its first ':'). Notes a special byte in it.
 inline char const* ScanName(char const* q, char const* end, char const*& local, bool& special) {
   local = q;
+  bool prefixed = false;
   for (;;) {
     q = SkipClass(q, end, kPlainName);
     if (q == end || !IsNameChar(*q)) return q;
     if (*q == ':') {
-      local = q + 1;
+      if (!prefixed) local = q + 1;
+      prefixed = true;
     } else {
       special = true;
     }
