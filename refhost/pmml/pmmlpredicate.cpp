@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "refhost/pmml/pmmlreading.h"
 
@@ -78,7 +79,7 @@ Range PreImage(std::vector<Cast> const& casts, Range const& r) {
   return out;
 }
 
-IntervalSet PreImage(std::vector<Cast> const& casts, IntervalSet const& set) {
+IntervalSet PreImage(std::vector<Cast> const& casts, IntervalSet set) {
   if (casts.empty()) return set;
   IntervalSet out;
   for (Range const& r : set.ranges) out = out.Union(IntervalSet{{PreImage(casts, r)}});
@@ -227,7 +228,7 @@ class PredicateReader {
     if (op == "greaterOrEqual") set.ranges.push_back(Range::AtLeast(t));
     if (op == "equal" || op == "notEqual") set.ranges.push_back(Range::Between(t, false, t, false));
     if (op == "notEqual") set = set.Complement();
-    pred.numbers = PreImage(ref.casts, set);
+    pred.numbers = PreImage(ref.casts, std::move(set));
   }
 
   void Set(Pred& pred) {
@@ -289,7 +290,7 @@ class PredicateReader {
       set = set.Union(IntervalSet{{Range::Between(t, false, t, false)}});
     }
     if (op == "isNotIn") set = set.Complement();
-    pred.numbers = PreImage(ref.casts, set);
+    pred.numbers = PreImage(ref.casts, std::move(set));
   }
 
   // The code of a category named by a predicate. A field that declares its
