@@ -212,15 +212,15 @@ std::optional<Range> RangeOf(Member const& m) {
 }
 
 std::unique_ptr<tree_800::SplitRuleImp> CategorySplit(FieldDef const& field,
-                                                      std::vector<Member> const& members) {
+                                                      std::vector<Member const*> const& members) {
   std::size_t const n = field.categories.size();
   std::vector<bool> taken(n + 1, false);
   auto rule = std::make_unique<tree_800::NSplitRule>(field.index, 0);
   for (std::size_t i = 0; i < members.size(); ++i) {
-    if (members[i].kind == Pred::kFalse) continue;
+    if (members[i]->kind == Pred::kFalse) continue;
     for (std::size_t code = 1; code <= n; ++code) {
       if (taken[code]) continue;
-      if (members[i].kind == Pred::kTrue || members[i].Atom().codes[code]) {
+      if (members[i]->kind == Pred::kTrue || members[i]->Atom().codes[code]) {
         taken[code] = true;
         rule->SetCatMapping(static_cast<int>(code), static_cast<int>(i));
       }
@@ -231,11 +231,13 @@ std::unique_ptr<tree_800::SplitRuleImp> CategorySplit(FieldDef const& field,
 }
 
 std::optional<std::vector<Range>> RangeSplit(FieldDef const& field,
-                                             std::vector<Member> const& members) {
+                                             std::vector<Member const*> const& members) {
   std::vector<Range> given;  // each child's own range, before earlier children take theirs
   std::vector<Range> ranges;
-  for (Member const& m : members) {
-    std::optional<Range> own = RangeOf(m);
+  given.reserve(members.size());
+  ranges.reserve(members.size());
+  for (Member const* m : members) {
+    std::optional<Range> own = RangeOf(*m);
     if (!own) return std::nullopt;
     Range left = *own;
     for (Range const& earlier : given) {
@@ -251,7 +253,10 @@ std::optional<std::vector<Range>> RangeSplit(FieldDef const& field,
 }
 
 struct Splits {
-  std::vector<std::unique_ptr<tree_800::SplitRuleImp>> rules;  // primary first
+  // Primary first; a numeric primary is null here and made from
+  // primaryRanges once the missing-value child is known.
+  std::vector<std::unique_ptr<tree_800::SplitRuleImp>> rules;
+  std::vector<Range> primaryRanges;
   std::vector<int> fieldOf;
   int missingChild = -1;
   int defaultChild = -1;
@@ -298,6 +303,7 @@ bool TriedInOrderAlike(std::vector<Chain> const& chains, std::size_t positions,
 std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int declaredDefault,
                                    Fields const& fields, MissingStrategy strategy) {
   std::vector<Chain> chains;
+  chains.reserve(children.size());
   std::size_t length = 0;
   for (ChildSpec const& child : children) {
     std::optional<Chain> chain = AsChain(child.predicate, fields);
@@ -307,22 +313,24 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
   }
   Splits out;
   out.defaultChild = strategy == MissingStrategy::kDefaultChild ? declaredDefault : -1;
+  Member const none{};  // False: a chain that ends early places nothing further on
+  std::vector<Member const*> members;
+  members.reserve(chains.size());
   for (std::size_t j = 0; j < length; ++j) {
-    std::vector<Member> members;
+    members.clear();
     int field = -1;
     for (Chain const& chain : chains) {
-      Member m;
-      if (j < chain.members.size()) m = chain.members[j];
+      Member const& m = j < chain.members.size() ? chain.members[j] : none;
       int const f = m.Field();
       if (f >= 0 && field >= 0 && f != field) return std::nullopt;
       if (f >= 0) field = f;
-      members.push_back(std::move(m));
+      members.push_back(&m);
     }
     if (field < 0) {  // only True and False: the chain ends here
       if (j == 0) return std::nullopt;
       out.defaultChild = -1;
       for (std::size_t i = 0; i < members.size() && out.defaultChild < 0; ++i) {
-        if (members[i].kind == Pred::kTrue) out.defaultChild = static_cast<int>(i);
+        if (members[i]->kind == Pred::kTrue) out.defaultChild = static_cast<int>(i);
       }
       break;
     }
@@ -332,14 +340,19 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
     } else {
       std::optional<std::vector<Range>> ranges = RangeSplit(def, members);
       if (!ranges) return std::nullopt;
-      out.rules.push_back(std::make_unique<OrdinalSplit>(field, std::move(*ranges), -1));
+      if (j == 0) {
+        out.primaryRanges = std::move(*ranges);
+        out.rules.emplace_back();
+      } else {
+        out.rules.push_back(std::make_unique<OrdinalSplit>(field, std::move(*ranges), -1));
+      }
     }
     out.fieldOf.push_back(field);
     // Without a missing-value strategy a missing value makes each predicate
     // false, so a True child takes it.
     if (j == 0 && strategy == MissingStrategy::kNone && length == 1) {
       for (std::size_t i = 0; i < members.size() && out.missingChild < 0; ++i) {
-        if (members[i].kind == Pred::kTrue) out.missingChild = static_cast<int>(i);
+        if (members[i]->kind == Pred::kTrue) out.missingChild = static_cast<int>(i);
       }
     }
   }
@@ -402,11 +415,10 @@ bool BuildRouting(TreeNode& parent, Where const& at, std::vector<ChildSpec>& chi
   }
   int const n = static_cast<int>(children.size());
   std::unique_ptr<tree_800::SplitRuleImp>& primary = splits->rules[0];
-  if (auto* codes = dynamic_cast<tree_800::NSplitRule*>(primary.get())) {
-    codes->SetMissingValueMapping(splits->missingChild);
+  if (primary) {
+    static_cast<tree_800::NSplitRule*>(primary.get())->SetMissingValueMapping(splits->missingChild);
   } else {
-    auto const* ranges = static_cast<OrdinalSplit const*>(primary.get());
-    primary = std::make_unique<OrdinalSplit>(ranges->GetPredictorIndex(), ranges->GetRanges(),
+    primary = std::make_unique<OrdinalSplit>(splits->fieldOf[0], std::move(splits->primaryRanges),
                                              splits->missingChild);
   }
   parent.SetPrimary(std::move(primary));
@@ -419,6 +431,7 @@ bool BuildRouting(TreeNode& parent, Where const& at, std::vector<ChildSpec>& chi
     }
   }
   parent.SetDefaultChild(splits->defaultChild < n ? splits->defaultChild : -1);
+  parent.ReserveChildren(children.size());
   for (ChildSpec& child : children) parent.AddChild(child.host);
   return true;
 }
