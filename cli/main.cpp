@@ -97,6 +97,49 @@ void CheckModelText(std::string const& name, std::string const& text) {
     throw Failure{1, name + ": not UTF-8 text, and its XML declaration names no other encoding"};
 }
 
+// Bytes at the end of `text` that begin a UTF-8 character the text does not
+// finish; they are checked with the block that follows.
+std::size_t UnfinishedTail(std::string const& text) {
+  std::size_t const n = text.size();
+  for (std::size_t k = 1; k <= 3 && k <= n; ++k) {
+    unsigned char const b = static_cast<unsigned char>(text[n - k]);
+    if ((b & 0xC0) == 0x80) continue;
+    std::size_t const length = b >= 0xF0 ? 4 : b >= 0xE0 ? 3 : b >= 0xC0 ? 2 : 1;
+    return length > k ? k : 0;
+  }
+  return 0;
+}
+
+// The same checks as CheckModelText, block by block, so that a big file is
+// never held whole: the loader reads it again on its own.
+void CheckModelStream(std::string const& name, std::istream& in) {
+  std::string text;
+  char block[64 * 1024];
+  std::string start;
+  bool checkUtf8 = true;
+  bool first = true;
+  while (in.read(block, sizeof block) || in.gcount() > 0) {
+    text.append(block, static_cast<std::size_t>(in.gcount()));
+    if (first) {
+      first = false;
+      start = text.substr(0, 512);
+      if (LooksWide(start))
+        throw Failure{1, name + ": not UTF-8 text (UTF-16?); treeout reads UTF-8 PMML"};
+      std::string const encoding = DeclaredEncoding(start);
+      checkUtf8 = encoding.empty() || encoding == "utf-8" || encoding == "utf8";
+      if (!checkUtf8) return;
+    }
+    std::size_t const tail = UnfinishedTail(text);
+    std::string const rest = text.substr(text.size() - tail);
+    text.resize(text.size() - tail);
+    if (!treeout_cli::IsUtf8(text)) break;
+    text = rest;
+  }
+  if (first) return;
+  if (!treeout_cli::IsUtf8(text))
+    throw Failure{1, name + ": not UTF-8 text, and its XML declaration names no other encoding"};
+}
+
 // The whole of `in`.
 std::string ReadAll(std::istream& in) {
   std::string text;
@@ -121,7 +164,7 @@ refhost::PmmlModel LoadModel(std::string const& path) {
     {
       std::ifstream in(path, std::ios::binary);
       if (!in) throw Failure{1, path + ": cannot read the file: " + std::strerror(errno)};
-      CheckModelText(name, ReadAll(in));
+      CheckModelStream(name, in);
     }
     return refhost::LoadPmmlFile(path);
   } catch (refhost::PmmlError const& e) {
