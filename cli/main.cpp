@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -110,6 +111,18 @@ std::size_t UnfinishedTail(std::string const& text) {
   return 0;
 }
 
+// Whether `text` is UTF-8, skipping its leading ASCII eight bytes at a time.
+bool TailIsUtf8(std::string const& text) {
+  std::size_t i = 0;
+  for (; i + 8 <= text.size(); i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text.data() + i, 8);
+    if (word & 0x8080808080808080ull) break;
+  }
+  while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80) ++i;
+  return i == text.size() || treeout_cli::IsUtf8(text.substr(i));
+}
+
 // The same checks as CheckModelText, block by block, so that a big file is
 // never held whole: the loader reads it again on its own.
 void CheckModelStream(std::string const& name, std::istream& in) {
@@ -132,7 +145,7 @@ void CheckModelStream(std::string const& name, std::istream& in) {
     std::size_t const tail = UnfinishedTail(text);
     std::string const rest = text.substr(text.size() - tail);
     text.resize(text.size() - tail);
-    if (!treeout_cli::IsUtf8(text)) break;
+    if (!TailIsUtf8(text)) break;
     text = rest;
   }
   if (first) return;
