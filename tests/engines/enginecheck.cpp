@@ -4,15 +4,12 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 
+#include "../e2e/program.h"
 #include "../support/psppscript.h"
-#include "cli/csvreader.h"
 #include "cli/recordreader.h"
 #include "cli/sqlnames.h"
 #include "host/format.h"
@@ -27,38 +24,11 @@ using testsupport::Column;
 using testsupport::Engine;
 using testsupport::Row;
 
-std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
-
-std::string ShellQuoted(std::string const& text) {
-  std::string quoted = "'";
-  for (char const c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
 // The standard output of `treeout ARGS`, which must exit 0.
 std::string Tool(std::vector<std::string> const& args) {
-  std::string command = ShellQuoted(TREEOUT_PROGRAM);
-  for (std::string const& arg : args) command += " " + ShellQuoted(arg);
-  struct Close {
-    void operator()(FILE* f) const { pclose(f); }
-  };
-  FILE* raw = popen(command.c_str(), "r");
-  if (raw == nullptr) throw std::runtime_error("cannot run " + command);
-  std::unique_ptr<FILE, Close> pipe(raw);
-  std::string out;
-  char chunk[65536];
-  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, raw)) > 0;) out.append(chunk, n);
-  int const status = pclose(pipe.release());
-  if (status != 0)
-    throw std::runtime_error("exit status " + std::to_string(status) + ": " + command);
-  return out;
-}
-
-std::vector<std::vector<std::string>> CsvRows(std::istream& in) {
-  treeout_cli::CsvReader csv(in);
-  std::vector<std::vector<std::string>> rows;
-  for (std::vector<std::string> fields; csv.Next(&fields);) rows.push_back(fields);
-  return rows;
+  e2e::Run const run = e2e::Treeout(args);
+  if (run.status != 0) throw std::runtime_error("treeout " + args.at(0) + ": " + run.err);
+  return run.out;
 }
 
 Cell CellOf(mdt_800::Variant const& value, bool date) {
@@ -93,7 +63,7 @@ Model Make(ModelFiles const& files, Options const& options) {
   Model model;
   model.name = files.name;
   model.options = options;
-  std::string const modelPath = Data(files.model), dataPath = Data(files.data);
+  std::string const modelPath = e2e::TestData(files.model), dataPath = e2e::TestData(files.data);
   std::vector<mdt_800::Variable> variables;
   {
     refhost::PmmlModel const pmml = refhost::LoadPmmlFile(modelPath);
@@ -109,8 +79,7 @@ Model Make(ModelFiles const& files, Options const& options) {
       if (node->GetNumChildren() == 0) model.leaves.push_back(pmml.PmmlId(node->GetId()));
       for (int i = node->GetNumChildren() - 1; i >= 0; --i) stack.push_back(node->GetChild(i));
     }
-    std::ifstream in(dataPath, std::ios::binary);
-    std::vector<std::vector<std::string>> const csv = CsvRows(in);
+    std::vector<std::vector<std::string>> const csv = e2e::ParseCsv(e2e::ReadFile(dataPath));
     if (csv.empty()) throw std::runtime_error("no header in " + dataPath);
     treeout_cli::RecordReader const reader(pmml, csv[0]);
     for (std::size_t r = 1; r < csv.size(); ++r) {
@@ -126,8 +95,8 @@ Model Make(ModelFiles const& files, Options const& options) {
     }
   }
 
-  std::istringstream scores(Tool({"score", modelPath, dataPath}));
-  std::vector<std::vector<std::string>> const scored = CsvRows(scores);
+  std::vector<std::vector<std::string>> const scored =
+      e2e::ParseCsv(Tool({"score", modelPath, dataPath}));
   model.classification = !scored.empty() && scored[0].size() == 3;
   for (std::size_t r = 1; r < scored.size(); ++r) {
     std::vector<std::string> const& f = scored[r];
