@@ -59,7 +59,8 @@ bool SixDecimals(std::string const& script) {
   return false;
 }
 
-Model Make(ModelFiles const& files, Options const& options) {
+Model Make(ModelFiles const& files) {
+  Options const& options = files.options;
   Model model;
   model.name = files.name;
   model.options = options;
@@ -72,12 +73,9 @@ Model Make(ModelFiles const& files, Options const& options) {
     model.textPrediction = pmml.Target().kind != refhost::PmmlField::kNumber;
     model.blends = !pmml.TextLimit().empty();
     model.modelPath = modelPath;
-    std::vector<tree_800::Node const*> stack{m.Root()};
-    while (!stack.empty()) {
-      tree_800::Node const* node = stack.back();
-      stack.pop_back();
+    for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
       if (node->GetNumChildren() == 0) model.leaves.push_back(pmml.PmmlId(node->GetId()));
-      for (int i = node->GetNumChildren() - 1; i >= 0; --i) stack.push_back(node->GetChild(i));
     }
     std::vector<std::vector<std::string>> const csv = e2e::ParseCsv(e2e::ReadFile(dataPath));
     if (csv.empty()) throw std::runtime_error("no header in " + dataPath);
@@ -258,13 +256,10 @@ std::string Missing(std::vector<long> const& a, std::vector<long> const& b) {
 
 }  // namespace
 
-Model const& Prepared(ModelFiles const& files, Options const& options) {
+Model const& Prepared(ModelFiles const& files) {
   static std::map<std::string, Model> made;
-  std::string key =
-      std::string(files.name) + "|" + options.table + "|" + (options.addColumns ? "add" : "");
-  for (std::string const& flag : options.flags) key += "|" + flag;
-  auto found = made.find(key);
-  if (found == made.end()) found = made.emplace(key, Make(files, options)).first;
+  auto found = made.find(files.name);
+  if (found == made.end()) found = made.emplace(files.name, Make(files)).first;
   return found->second;
 }
 
@@ -328,16 +323,15 @@ void CheckVeldScripts(Model const& model) {
   metadata.MutableVariable(metadata.GetTargetIndex()).SetName("target_001");
   std::vector<std::vector<mdt_800::Variant>> records;
   for (Row const& row : model.records) {
-    std::vector<mdt_800::Variant> values;
+    records.emplace_back();
     for (Cell const& cell : row) {
       if (auto const* number = std::get_if<double>(&cell))
-        values.emplace_back(*number);
+        records.back().emplace_back(*number);
       else if (auto const* text = std::get_if<std::string>(&cell))
-        values.emplace_back(*text);
+        records.back().emplace_back(*text);
       else
-        values.emplace_back();
+        records.back().emplace_back();
     }
-    records.push_back(std::move(values));
   }
   struct Script {
     std::string const* text;
