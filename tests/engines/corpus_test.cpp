@@ -62,10 +62,7 @@ class Corpus : public testing::TestWithParam<std::tuple<ModelFiles, EngineKind>>
 TEST_P(Corpus, LeafSelectionsUpdateScriptAndOnePass) {
   testsupport::Engine* engine = testsupport::EngineForTest(std::get<1>(GetParam()));
   if (engine == nullptr) return;
-  enginecheck::Model const& model = enginecheck::Prepared(std::get<0>(GetParam()));
-  enginecheck::CheckLeafSelections(*engine, model);
-  enginecheck::CheckUpdateScript(*engine, model);
-  enginecheck::CheckOnePass(*engine, model);
+  enginecheck::CheckSql(*engine, enginecheck::Prepared(std::get<0>(GetParam())));
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Corpus,

@@ -73,6 +73,7 @@ Model Make(ModelFiles const& files) {
     model.textPrediction = pmml.Target().kind != refhost::PmmlField::kNumber;
     model.blends = !pmml.TextLimit().empty();
     model.modelPath = modelPath;
+    model.dataPath = dataPath;
     for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();) {
       tree_800::Node const* node = it.Next();
       if (node->GetNumChildren() == 0) model.leaves.push_back(pmml.PmmlId(node->GetId()));
@@ -83,13 +84,9 @@ Model Make(ModelFiles const& files) {
     for (std::size_t r = 1; r < csv.size(); ++r) {
       refhost::Record const record = reader.Make(csv[r], static_cast<int>(r));
       Row row;
-      Row values;
-      for (std::size_t i = 0; i < variables.size(); ++i) {
+      for (std::size_t i = 0; i < variables.size(); ++i)
         row.push_back(CellOf(record[i + 1], variables[i].IsDate()));
-        values.push_back(CellOf(record[i + 1], false));
-      }
       model.rows.push_back(std::move(row));
-      model.records.push_back(std::move(values));
     }
   }
 
@@ -102,33 +99,26 @@ Model Make(ModelFiles const& files) {
   }
   if (model.scores.size() != model.rows.size()) throw std::runtime_error("a score per record");
 
-  std::vector<std::string> rules{"rules", modelPath, "--dialect", "sql", "--table", options.table};
-  rules.insert(rules.end(), options.flags.begin(), options.flags.end());
+  // `treeout rules --dialect sql` with the model's options and `more`.
+  auto const sql = [&](std::vector<std::string> const& more) {
+    std::vector<std::string> args{"rules", modelPath, "--dialect", "sql", "--table", options.table};
+    for (auto const* list : {&options.flags, &more})
+      args.insert(args.end(), list->begin(), list->end());
+    if (options.addColumns && more.back() == "--update") args.push_back("--add-columns");
+    return Tool(args);
+  };
   std::string allText;
-  for (std::string const& leaf : model.leaves) {
-    if (files.onePassOnly) break;
-    std::vector<std::string> args = rules;
-    args.insert(args.end(), {"--nodes", leaf});
-    model.selections.push_back(Tool(args));
+  for (std::size_t l = 0; l < model.leaves.size() && !files.onePassOnly; ++l) {
+    model.selections.push_back(sql({"--nodes", model.leaves[l]}));
     allText += model.selections.back();
   }
-  std::vector<std::string> onePass = rules;
-  onePass.push_back("--one-pass");
-  model.onePass = Tool(onePass);
-  std::vector<std::string> unstaged = onePass;
-  unstaged.insert(unstaged.end(), {"--stage-depth", "none"});
-  model.onePassUnstaged = Tool(unstaged);
-  rules.push_back("--update");
-  onePass.push_back("--update");
-  if (options.addColumns) {
-    rules.push_back("--add-columns");
-    onePass.push_back("--add-columns");
-  }
+  model.onePass = sql({"--one-pass"});
+  model.onePassUnstaged = sql({"--one-pass", "--stage-depth", "none"});
+  model.onePassUpdate = sql({"--one-pass", "--update"});
   if (!files.onePassOnly) {
-    model.update = Tool(rules);
+    model.update = sql({"--update"});
     model.veldUpdate = Tool({"rules", modelPath, "--dialect", "veld", "--update"});
   }
-  model.onePassUpdate = Tool(onePass);
   model.sixDecimals = SixDecimals(model.update);
   allText += model.update + model.onePass;
   model.veldOnePass = Tool({"rules", modelPath, "--dialect", "veld", "--one-pass"});
@@ -254,15 +244,6 @@ std::string Missing(std::vector<long> const& a, std::vector<long> const& b) {
   return text + (lacking.size() > 10 ? " ..." : "");
 }
 
-}  // namespace
-
-Model const& Prepared(ModelFiles const& files) {
-  static std::map<std::string, Model> made;
-  auto found = made.find(files.name);
-  if (found == made.end()) found = made.emplace(files.name, Make(files)).first;
-  return found->second;
-}
-
 void CheckLeafSelections(Engine& engine, Model const& model) {
   engine.Load(model.options.table, model.columns, model.rows);
   for (std::size_t l = 0; l < model.selections.size(); ++l) {
@@ -283,12 +264,19 @@ void CheckLeafSelections(Engine& engine, Model const& model) {
   }
 }
 
-void CheckUpdateScript(Engine& engine, Model const& model) {
-  if (model.update.empty()) return;
-  CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
+}  // namespace
+
+Model const& Prepared(ModelFiles const& files) {
+  static std::map<std::string, Model> made;
+  auto found = made.find(files.name);
+  if (found == made.end()) found = made.emplace(files.name, Make(files)).first;
+  return found->second;
 }
 
-void CheckOnePass(Engine& engine, Model const& model) {
+void CheckSql(Engine& engine, Model const& model) {
+  CheckLeafSelections(engine, model);
+  if (!model.update.empty())
+    CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
   CheckUpdate(engine, model, model.onePassUpdate, false, engine.Name() + " one-pass update");
   engine.Load(model.options.table, model.columns, model.rows);
   for (auto const& [text, what] :
@@ -321,17 +309,14 @@ void CheckVeldScripts(Model const& model) {
   refhost::Metadata& metadata = pmml.MutableModel().MutableMetadata();
   treeout_cli::DialectNames const names(metadata, treeout_cli::DialectNames::kVeld);
   metadata.MutableVariable(metadata.GetTargetIndex()).SetName("target_001");
+  std::vector<std::vector<std::string>> const csv = e2e::ParseCsv(e2e::ReadFile(model.dataPath));
+  treeout_cli::RecordReader const reader(pmml, csv.at(0));
   std::vector<std::vector<mdt_800::Variant>> records;
-  for (Row const& row : model.records) {
+  for (std::size_t r = 1; r < csv.size(); ++r) {
+    refhost::Record const record = reader.Make(csv[r], static_cast<int>(r));
     records.emplace_back();
-    for (Cell const& cell : row) {
-      if (auto const* number = std::get_if<double>(&cell))
-        records.back().emplace_back(*number);
-      else if (auto const* text = std::get_if<std::string>(&cell))
-        records.back().emplace_back(*text);
-      else
-        records.back().emplace_back();
-    }
+    for (std::size_t i = 1; i <= metadata.GetVariables().size(); ++i)
+      records.back().push_back(record[i]);
   }
   struct Script {
     std::string const* text;

@@ -49,11 +49,9 @@ struct Model {
   std::string update;                   // `treeout rules --update`, every leaf
   std::string onePass, onePassUpdate;   // `treeout rules --one-pass`, select and update
   std::string onePassUnstaged;          // the select with --stage-depth none
-  // VELD: the model's file, the records (dates as date numbers; no host
-  // objects, which a test must not hold beyond its end), the whole update
-  // script and the one-pass script.
-  std::string modelPath;
-  std::vector<testsupport::Row> records;
+  // VELD: the model's and the records' files, the whole update script and
+  // the one-pass script.
+  std::string modelPath, dataPath;
   std::string veldUpdate, veldOnePass;
 };
 
@@ -63,15 +61,12 @@ struct Model {
 // an unquoted name, so that a table created by hand is found).
 Model const& Prepared(ModelFiles const& files);
 
-// Every leaf's SELECT returns exactly the records scored at that leaf. (This
-// and the whole update scripts are left out for a one-pass-only model.)
-void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
-
-// The whole update script, the one-pass SELECT and the one-pass UPDATE each
-// give every record the node, prediction and probability that scoring gives;
-// so does the unstaged SELECT, in the engines other than SQLite.
-void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
-void CheckOnePass(testsupport::Engine& engine, Model const& model);
+// Every leaf's SELECT returns exactly the records scored at that leaf; the
+// whole update script, the one-pass SELECT and the one-pass UPDATE each give
+// every record the node, prediction and probability that scoring gives; so
+// does the unstaged SELECT, in the engines other than SQLite. (Statements per
+// leaf are left out for a one-pass-only model.)
+void CheckSql(testsupport::Engine& engine, Model const& model);
 
 // So do the VELD whole update script and the VELD one-pass script, run by
 // PSPP (skipped when PSPP is not installed).
