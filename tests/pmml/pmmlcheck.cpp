@@ -1,10 +1,14 @@
 #include "pmmlcheck.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <set>
 
+#include "cli/csvreader.h"
 #include "output/rulesoutputadapter.h"
 #include "refhost/dates.h"
 #include "refhost/numbertext.h"
@@ -118,6 +122,25 @@ Values Parse(refhost::PmmlModel const& model, std::vector<std::string> const& te
     }
   }
   return values;
+}
+
+int Table::Column(std::string const& name) const {
+  auto const at = std::find(header.begin(), header.end(), name);
+  return at == header.end() ? -1 : static_cast<int>(at - header.begin());
+}
+
+Table ReadTable(std::string const& path) {
+  std::ifstream in(path);
+  EXPECT_TRUE(in) << path;
+  treeout_cli::CsvReader csv(in);
+  Table table;
+  csv.Next(&table.header);
+  for (std::vector<std::string> row; csv.Next(&row);) table.rows.push_back(row);
+  return table;
+}
+
+std::string TempPath(std::string const& name) {
+  return ::testing::TempDir() + "/treeout-" + std::to_string(getpid()) + "-" + name;
 }
 
 }  // namespace pmmltest

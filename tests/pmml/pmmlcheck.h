@@ -37,4 +37,15 @@ std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
 // (dates as ISO text), the text itself for string fields.
 Values Parse(refhost::PmmlModel const& model, std::vector<std::string> const& texts);
 
+// A CSV file: its header and rows.
+struct Table {
+  std::vector<std::string> header;
+  std::vector<std::vector<std::string>> rows;
+  int Column(std::string const& name) const;  // -1 when absent
+};
+Table ReadTable(std::string const& path);
+
+// A path in the test temporary folder that no other test process uses.
+std::string TempPath(std::string const& name);
+
 }  // namespace pmmltest
