@@ -1,9 +1,7 @@
 // The loader's mapping rules, each shown by where records go in a small
 // document, and its errors, each with its exact message.
-#include <cmath>
+#include <cstdio>
 #include <fstream>
-#include <limits>
-#include <memory>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -11,7 +9,6 @@
 #include "cli/recordreader.h"
 #include "cli/scorer.h"
 #include "pmmlcheck.h"
-#include "refhost/ordinalsplit.h"
 #include "refhost/pmml/pmmlmodel.h"
 
 namespace {
@@ -170,31 +167,27 @@ TEST(PmmlLoader, NodeIdsAndStatistics) {
   }
 }
 
-// A compound over two fields needs added nodes: they answer to their
-// document node's number, have ids beyond the document's, and no output
-// number selects them; a document child reached by two routes is copied, and
-// its number selects both.
+// A compound over two fields needs added nodes: they have ids beyond the
+// document's and no output number selects them; a document child reached by
+// two routes is copied, and its number selects both.
 TEST(PmmlLoader, AddedNodesSpeakForTheirDocumentNode) {
   refhost::PmmlModel const model = refhost::LoadPmml(
       Document("", "",
                R"(<CompoundPredicate booleanOperator="and">)" + kLess10 +
                    R"(<SimplePredicate field="c" operator="equal" value="a"/></CompoundPredicate>)",
                "<True/>"));
-  std::vector<unsigned int> added;
-  std::vector<unsigned int> copies;
-  tree_800::PrefixNodeIterator walk(model.GetModel().Root());
-  while (walk.HasMore()) {
+  int added = 0;
+  for (tree_800::PrefixNodeIterator walk(model.GetModel().Root()); walk.HasMore();) {
     unsigned int const id = walk.Next()->GetId();
-    EXPECT_TRUE(id <= 3 || model.IsAdded(id)) << id;
-    if (!model.IsAdded(id)) continue;
-    (model.NodesFor(std::to_string(model.OutputId(id))).size() > 1 ? copies : added).push_back(id);
+    if (!model.IsAdded(id)) {
+      EXPECT_LE(id, 3u);
+    } else if (model.NodesFor(std::to_string(model.OutputId(id))).size() == 1) {
+      ++added;
+      EXPECT_GT(id, 3u);
+      EXPECT_TRUE(model.NodesFor(std::to_string(id)).empty());
+    }
   }
-  ASSERT_FALSE(added.empty());
-  for (unsigned int id : added) {
-    EXPECT_GT(id, 3u);
-    EXPECT_EQ(model.DocumentNode(id), model.OutputId(id));
-    EXPECT_TRUE(model.NodesFor(std::to_string(id)).empty());
-  }
+  EXPECT_GT(added, 0);
   // and(x < 10, c = a) else True: node 3 takes x >= 10, a missing x, and
   // c other than a below x < 10, so it is reached by two routes.
   EXPECT_GE(model.NodesFor("3").size(), 2u);
@@ -230,37 +223,13 @@ TEST(PmmlLoader, StopRulesFollowTheStrategies) {
   }
 }
 
-// A categorical field (and a target) that declares no values takes the
-// values the tree names, in the order it names them; the document is then
-// read twice, from text and from a file alike. A node without score or
-// distribution predicts nothing.
+// A field and a target that declare no values take the values the tree
+// names, in the order it names them (the records are the documents test's).
 TEST(PmmlLoader, CategoriesFromTheValuesTheTreeNames) {
-  std::string const text = R"(<PMML version="4.4"><DataDictionary>
-<DataField name="c" optype="categorical" dataType="string"/>
-<DataField name="y" optype="categorical" dataType="string"/>
-</DataDictionary><TreeModel functionName="classification"><MiningSchema>
-<MiningField name="c"/><MiningField name="y" usageType="target"/></MiningSchema>
-<Node id="1" score="no"><True/>
-<Node id="2" score="yes"><SimpleSetPredicate field="c" booleanOperator="isIn"><Array type="string">q p</Array></SimpleSetPredicate></Node>
-<Node id="3" score="maybe"><SimplePredicate field="c" operator="equal" value="r"/></Node>
-<Node id="4"><True/></Node>
-</Node></TreeModel></PMML>)";
-  std::string const path = pmmltest::TempPath("named.pmml");
-  std::ofstream(path) << text;
-  for (refhost::PmmlModel const& model : {refhost::LoadPmml(text), refhost::LoadPmmlFile(path)}) {
-    EXPECT_EQ(model.Fields()[0].categories, (std::vector<std::string>{"q", "p", "r"}));
-    EXPECT_EQ(model.Target().categories, (std::vector<std::string>{"no", "yes", "maybe"}));
-    treeout_cli::RecordReader const reader(model, {"c"});
-    treeout_cli::Scorer const scorer(model);
-    // p is named second; s is named nowhere, so it reads as missing and the
-    // True child takes it, which has no score.
-    for (auto const& [value, want] : std::vector<std::pair<std::string, std::string>>{
-             {"p", "2:yes"}, {"q", "2:yes"}, {"r", "3:maybe"}, {"s", "4:"}, {"", "4:"}}) {
-      treeout_cli::Score const score = scorer.ScoreRecord(reader.Make({value}, 1));
-      EXPECT_EQ(score.node + ":" + score.prediction.value_or(""), want) << value;
-    }
-  }
-  std::remove(path.c_str());
+  refhost::PmmlModel const model =
+      refhost::LoadPmmlFile(std::string(TREEOUT_TEST_DATA) + "/pmml/named.pmml");
+  EXPECT_EQ(model.Fields()[0].categories, (std::vector<std::string>{"q", "p", "r"}));
+  EXPECT_EQ(model.Target().categories, (std::vector<std::string>{"no", "yes", "maybe"}));
 }
 
 // `depth` and-compounds, one inside the other, around x < 10.
