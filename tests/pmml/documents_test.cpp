@@ -15,7 +15,7 @@ namespace {
 
 TEST(PmmlDocuments, ScoreAsWorkedOutByHand) {
   for (char const* name : {"cast", "compound", "surrogates", "boolean", "weighted", "aggregate",
-                           "date_target", "named"}) {
+                           "date_target", "named", "categories", "missing"}) {
     SCOPED_TRACE(name);
     std::string const stem = std::string(TREEOUT_TEST_DATA) + "/pmml/" + name;
     refhost::LoadOptions options;

@@ -2,12 +2,9 @@
 // document, and its errors, each with its exact message.
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "cli/recordreader.h"
-#include "cli/scorer.h"
 #include "pmmlcheck.h"
 #include "refhost/pmml/pmmlmodel.h"
 
@@ -54,58 +51,6 @@ std::string const kLess10 = R"(<SimplePredicate field="x" operator="lessThan" va
 std::string const kAtLeast10 =
     R"(<SimplePredicate field="x" operator="greaterOrEqual" value="10"/>)";
 std::string const kDefault = R"(missingValueStrategy="defaultChild")";
-
-// Each routing case: rows "x,c,m,d>node", '|' between rows; "-" after the
-// node when the record gets no prediction.
-struct RoutingCase {
-  std::string strategy, defaultChild, child2, child3, rows;
-};
-
-TEST(PmmlLoader, RoutesAsTheDocumentSays) {
-  auto const c = [](char const* op, char const* value) {
-    return std::string(R"(<SimplePredicate field="c" operator=")") + op + "\" value=\"" + value +
-           "\"/>";
-  };
-  auto const set = [](char const* op, char const* values) {
-    return std::string(R"(<SimpleSetPredicate field="c" booleanOperator=")") + op +
-           R"("><Array n="2" type="string">)" + values + "</Array></SimpleSetPredicate>";
-  };
-  RoutingCase const cases[] = {
-      // User-missing and undeclared categories go to the default child.
-      {kDefault, "2", c("notEqual", "a"), c("equal", "a"), ",a,,>3|,b,,>2|,?,,>2|,zzz,,>2"},
-      // A quoted token holds a blank.
-      {kDefault, "3", set("isIn", R"(a "c d")"), set("isNotIn", R"("a" "c d")"),
-       ",c d,,>2|,a,,>2|,b,,>3"},
-      {"", "2", kLess10,
-       R"(<CompoundPredicate booleanOperator="or"><SimplePredicate field="x" operator="isMissing"/>)" +
-           kAtLeast10 + "</CompoundPredicate>",
-       ",,,>3|5,,,>2|15,,,>3"},
-      // An integer field with a user-missing value: its cut and that value.
-      {kDefault, "2", R"(<SimplePredicate field="m" operator="lessThan" value="10"/>)",
-       R"(<SimplePredicate field="m" operator="greaterOrEqual" value="10"/>)",
-       ",,9.9999999999999982,>2|,,10,>3|,,99,>2|,,98,>3"},
-      {kDefault, "3", R"(<SimplePredicate field="d" operator="lessThan" value="2020-01-01"/>)",
-       "<True/>", ",,,2019-12-31>2|,,,2020-01-01>3|,,,1582-10-15>2"},
-      {R"(missingValueStrategy="nullPrediction" noTrueChildStrategy="returnLastPrediction")", "",
-       c("equal", "a"), c("equal", "b"), ",c d,,>1|,,,>1-"},
-  };
-  for (RoutingCase const& k : cases) {
-    SCOPED_TRACE(k.child2);
-    refhost::PmmlModel const model =
-        refhost::LoadPmml(Document(k.strategy, k.defaultChild, k.child2, k.child3));
-    treeout_cli::RecordReader const reader(model, {"x", "c", "m", "d"});
-    treeout_cli::Scorer const scorer(model);
-    std::stringstream rows(k.rows);
-    for (std::string row; std::getline(rows, row, '|');) {
-      std::vector<std::string> fields;
-      std::stringstream in(row.substr(0, row.find('>')));
-      for (std::string f; std::getline(in, f, ',');) fields.push_back(f);
-      fields.resize(4);
-      treeout_cli::Score const score = scorer.ScoreRecord(reader.Make(fields, 1));
-      EXPECT_EQ(score.node + (score.prediction ? "" : "-"), row.substr(row.find('>') + 1)) << row;
-    }
-  }
-}
 
 TEST(PmmlLoader, FieldsBecomeVariables) {
   refhost::PmmlModel const model = refhost::LoadPmml(Document(kDefault, "3", kLess10, kAtLeast10));
