@@ -1,5 +1,5 @@
-// The loader's mapping rules, each shown by where records go in a small
-// document, and its errors, each with its exact message.
+// The loader's mapping: what fields, node ids, added nodes and strategies
+// become, and its errors, each with its exact message.
 #include <cstdio>
 #include <fstream>
 
