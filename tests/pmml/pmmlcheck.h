@@ -22,10 +22,6 @@ std::string Scored(refhost::PmmlModel const& model, Values const& values);
 // The same record by the document's predicates (the model keeps them).
 std::string ByDocument(refhost::PmmlModel const& model, Values const& values);
 
-// The output numbers of the document nodes a record's route passes through,
-// its stop included.
-std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& values);
-
 // For every document node but the root, the library's text of the paths to
 // it and its copies, run in SQLite over `records`, against the records whose
 // route passes through it. Returns a description of each disagreement
