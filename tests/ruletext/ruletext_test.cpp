@@ -1,4 +1,5 @@
-// Operator texts per dialect, and the padding, wrapping and quoting helpers.
+// Default options, operator texts per dialect, and the padding, wrapping and
+// quoting helpers.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -22,6 +23,14 @@ RuleExportOptions Dialect(int dialect) {
   RuleExportOptions options;
   options.fnDialect = dialect;
   return options;
+}
+
+// By default: SQL over names, whole chains, "%.16g" numbers, SELECT statements.
+TEST(RuleExportOptions, Defaults) {
+  RuleExportOptions const o;
+  EXPECT_EQ(o.fnDialect + o.fnUseVariableLabels + o.fnUseValueLabels + o.fnEdgeMode +
+                o.fnNumberFormat + o.fnUpdateMode,
+            0);
 }
 
 // A value that is no dialect (3, -1) writes the SQL text.

@@ -54,6 +54,7 @@ std::map<std::string, std::function<void(B&)>> const kModels = {
            .MissingChild(0)
            .Children({1, 2});
      }},
+    {"leaf", [](B& b) { b.Node(0); }},
     {"one child", [](B& b) { b.Node(0).SplitOrdinal(b.Scale("x"), {}).Children({1}); }},
     {"one default child",
      [](B& b) { b.Node(0).SplitOrdinal(b.Scale("x"), {}).DefaultChild(0).Children({1}); }},
@@ -64,6 +65,31 @@ std::map<std::string, std::function<void(B&)>> const kModels = {
                         {Range::Below(10), Range::Above(20), Range::Between(0, true, 0, false)})
            .DefaultChild(0)
            .Children({1, 2, 3});
+     }},
+    {"one child, user-missing",
+     [](B& b) { b.Node(0).SplitOrdinal(b.Scale("x").Missing({99.0}), {}).Children({1}); }},
+    {"gap to the empty child",
+     [](B& b) {
+       b.Node(0)
+           .SplitRanges(b.Scale("x"),
+                        {Range::Below(10), Range::Above(20), Range::Between(0, true, 0, false)})
+           .DefaultChild(2)
+           .Children({1, 2, 3});
+     }},
+    {"gap above",  // (20, inf) goes to no child
+     [](B& b) {
+       b.Node(0)
+           .SplitRanges(b.Scale("x"), {Range::Below(10), Range::Between(10, false, 20, false)})
+           .DefaultChild(0)
+           .Children({1, 2});
+     }},
+    {"grade gaps",  // codes 1 and 3 (grades 1 and 5) go to no child
+     [](B& b) {
+       int const grade = b.OrderedCategories("grade", {1.0, 2.0, 5.0, 7.0});
+       b.Node(0)
+           .SplitRanges(grade, {Range::Between(1, true, 2, false), Range::Between(3, true, 4, false)})
+           .DefaultChild(1)
+           .Children({1, 2});
      }},
     {"size",
      [](B& b) {
@@ -168,12 +194,22 @@ EdgeCase const kEdges[] = {
     {"income range", 0, VELD, 0, 0,
      "(SYSMIS(income) OR (VALUE(income) GE 97  AND  VALUE(income) LE 99 OR VALUE(income) LE 50))"},
     // Every record, no record, every value but missing ones.
+    {"leaf", 0, SQL, 0, 0, "(1 = 0)"},
     {"one child", 0, VELD, 0, 0, "~(SYSMIS(x))"},
     {"one child", 0, GEN, 0, 0, "x NOT MISSING "},
     {"one default child", 0, VELD, 0, 0, "(SYSMIS(x) OR (1 EQ 1))"},
     {"gap", 2, VELD, 0, 0, "(1 EQ 0)"},
     {"gap", 0, VELD, 0, 0,
      "(SYSMIS(x) OR (VALUE(x) LT 10) OR (VALUE(x) GE 10  AND  VALUE(x) LE 20))"},
+    // Values no child's range holds go where missing values go.
+    {"one child, user-missing", 0, VELD, 0, 0, "(~(SYSMIS(x))  AND  VALUE(x) NE 99)"},
+    {"gap to the empty child", 2, GEN, EDGE_MODE_LABEL, 0, "(x >= 10  AND  x <= 20)"},
+    {"gap to the empty child", 2, SQL, 0, 0, "((x IS NULL) OR (x >= 10  AND  x <= 20))"},
+    {"gap above", 0, GEN, 0, 0, "(x IS MISSING  OR (x < 10) OR x > 20)"},
+    {"grade gaps", 1, GEN, 0, 0,
+     "(grade IS MISSING  OR (grade > 5  AND  grade <= 7) OR grade <= 1 OR (grade > 2  AND  grade "
+     "<= 5))"},
+    {"grade gaps", 0, SQL, 0, 0, "(NOT(grade IS NULL)  AND  (grade > 1  AND  grade <= 2))"},
     {"bins", 0, VELD, 0, 0, "(VALUE(age) LE 18)"},
     {"bins", 1, GEN, 0, 0, "(age NOT MISSING   AND  (age > 18))"},
     // Dates: quoted ISO text, plain numbers in VELD.
@@ -216,10 +252,63 @@ TEST(EdgeText, PerConstructAndDialect) {
     options.fnNumberFormat = (c.flags & kExact) != 0;
     RuleExportManager const manager(&model.GetTree(), &model.GetMetadata());
     std::unique_ptr<AttemptChain> const chain(manager.BuildAttemptChain(*model.Root()));
+    EXPECT_EQ(chain->GetDumbRule(), model.Root()->GetDumbRuleIndex()) << c.model;
     chain->SetExportTarget(c.child);
     EXPECT_EQ(chain->Export(options, model.GetMetadata()), c.expected)
         << c.model << ", child " << c.child << ", dialect " << c.dialect << ", edge mode "
         << c.edgeMode << ", flags " << c.flags;
+  }
+}
+
+// The "chain" model's root as a host might hand it over: without the primary
+// split (the default child is then not read), or with a null surrogate.
+class HandMadeNode : public tree_800::Node {
+ public:
+  HandMadeNode(tree_800::Node const& node, bool primary, int nullSurrogate)
+      : fnNode(node), fnPrimary(primary), fnNullSurrogate(nullSurrogate) {}
+  Node const* GetParent() const override { return nullptr; }
+  int GetNumChildren() const override { return fnNode.GetNumChildren(); }
+  Node const* GetChild(int index) const override { return fnNode.GetChild(index); }
+  int GetNumSplitRules() const override { return fnPrimary ? 1 : 0; }
+  int GetDumbRuleIndex() const override { return fnNode.GetDumbRuleIndex(); }
+  tree_800::SplitRule* GetSplitRule(int index) const override {
+    return fnPrimary ? fnNode.GetSplitRule(index) : nullptr;
+  }
+  int GetNumSurrogates() const override { return fnNode.GetNumSurrogates(); }
+  tree_800::SplitRule* GetSurrogate(int index) const override {
+    return index == fnNullSurrogate ? nullptr : fnNode.GetSurrogate(index);
+  }
+  unsigned int GetId() const override { return 0; }
+  tree_800::ClassStatistics const* GetClassStatistics(int) const override { return nullptr; }
+  tree_800::ValueStatistics const* GetValueStatistics(int) const override { return nullptr; }
+
+ private:
+  tree_800::Node const& fnNode;
+  bool fnPrimary;
+  int fnNullSurrogate;
+};
+
+TEST(EdgeText, NodesWithoutSomeRules) {
+  struct Case {
+    bool primary;
+    int nullSurrogate, child, dumbRule;
+    char const* expected;
+  } const kCases[] = {
+      {false, -1, 1, -1, "(((s = 2) OR (s != 1)  AND  (t = 2)))"},
+      {true, 0, 0, 1, "(((p = 1) OR (p != 2)  AND  (t = 1)))"},
+  };
+  B b;
+  kModels.at("chain")(b);
+  refhost::Model const model = b.Build();
+  RuleExportManager const manager(&model.GetTree(), &model.GetMetadata());
+  RuleExportOptions options;
+  options.fnDialect = GEN;
+  for (Case const& c : kCases) {
+    HandMadeNode const node(*model.Root(), c.primary, c.nullSurrogate);
+    std::unique_ptr<AttemptChain> const chain(manager.BuildAttemptChain(node));
+    EXPECT_EQ(chain->GetDumbRule(), c.dumbRule);
+    chain->SetExportTarget(c.child);
+    EXPECT_EQ(chain->Export(options, model.GetMetadata()), c.expected);
   }
 }
 

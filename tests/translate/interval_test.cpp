@@ -1,9 +1,16 @@
-// Intervals of host values: emptiness, membership and emptying.
+// Intervals of host values: emptiness, membership and emptying; and the
+// intervals that encoding sets and value-less children decode to.
 #include "translate/rulesinterval.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <memory>
 #include <vector>
+
+#include "host/encoding.h"
+#include "refhost/builder.h"
+#include "translate/ruleexportmanager.h"
 
 namespace {
 
@@ -90,6 +97,40 @@ TEST(Interval, DefaultIsUnboundedAndSetEndBoundsTheSide) {
   interval.SetRightEnd(V(2));
   EXPECT_TRUE(interval.IsBoundedLeft() && interval.IsBoundedRight() && interval.IsOpenRight());
   EXPECT_FALSE(interval.IsOpenLeft());
+}
+
+// An encoding set's inclusive ends give closed sides; a child the split does
+// not have decodes to (0, 0).
+TEST(Interval, DecodedFromEncodingSetsAndChildrenWithoutValues) {
+  refhost::ModelBuilder b;
+  b.Node(0).SplitOrdinal(b.Scale("x"), {1}).Children({1, 2});
+  refhost::Model const model = b.Build();
+  TreeOut_800::RuleExportManager const manager(&model.GetTree(), &model.GetMetadata());
+  auto same = [](Interval const& a, Interval const& e) {
+    return a.IsBoundedLeft() == e.IsBoundedLeft() && a.IsBoundedRight() == e.IsBoundedRight() &&
+           a.IsOpenLeft() == e.IsOpenLeft() && a.IsOpenRight() == e.IsOpenRight() &&
+           a.Compare(a.GetLeftEnd(), e.GetLeftEnd()) == 0 &&
+           a.Compare(a.GetRightEnd(), e.GetRightEnd()) == 0;
+  };
+  struct Case {
+    Side left, right;
+  } const kCases[] = {
+      {Closed(V(1)), Open(V(4))},
+      {Open(V(97)), Closed(V(99))},
+      {Closed(V(-INFINITY)), Open(V(INFINITY))},  // infinite ends are ends too
+  };
+  for (Case const& c : kCases) {
+    mdt_800::Interval const set(mdt_800::EncodingItem(c.left.end.GetValue(), !c.left.open),
+                                mdt_800::EncodingItem(c.right.end.GetValue(), !c.right.open));
+    Interval decoded;
+    manager.EncodingSetToInterval(set, &decoded);
+    EXPECT_TRUE(same(decoded, Make(c.left, c.right))) << &c - kCases;
+  }
+  Interval none;
+  manager.BuildInterval(&none, *std::unique_ptr<tree_800::SplitRule>(model.Root()->GetSplitRule(0)),
+                        2);
+  Value const zero(Variant(0L));
+  EXPECT_TRUE(same(none, Make(Open(zero), Open(zero))));
 }
 
 }  // namespace
