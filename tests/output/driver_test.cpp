@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -230,10 +231,13 @@ TEST(ExportRules, DeepChainsTakeTimeLinearInTheirDepth) {
   unsigned int const depth = 5000;
   refhost::Model const shallow = chain(depth), deep = chain(10 * depth);
   double const shallowTime = run(shallow, depth, 1), deepTime = run(deep, 10 * depth, 1);
-  std::size_t edges = 0;  // "x GT i" on every level, to the next node or the deepest leaf
+  // "x GT i" on level i, in order: each edge's own text, however many edges
+  // the adapter keeps.
+  std::size_t edges = 0, misplaced = 0;
   for (std::size_t at = text.find("GT"); at != std::string::npos; at = text.find("GT", at + 1))
-    ++edges;
+    misplaced += std::strtoul(text.c_str() + at + 2, nullptr, 10) != edges++;
   EXPECT_EQ(edges, 10 * depth);
+  EXPECT_EQ(misplaced, 0u);
   EXPECT_LT(deepTime, 30 * shallowTime + 0.05) << shallowTime << " s, then " << deepTime << " s";
 }
 
