@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -22,12 +23,25 @@
 #include "cli/recordreader.h"
 #include "cli/ruleswriter.h"
 #include "cli/scorer.h"
+#include "refhost/numbertext.h"
 
 namespace {
 
 using treeout_cli::InputError;
 
-std::string const kSampleModel = std::string(TREEOUT_EXAMPLES_DIR) + "/credit.pmml";
+// The sample model: the installed copy beside the program (PREFIX/bin and
+// PREFIX/share/treeout/examples), else the source tree's for a built program.
+std::string SampleModel() {
+  char self[4096];
+  ssize_t const length = ::readlink("/proc/self/exe", self, sizeof self - 1);
+  if (length > 0) {
+    std::string path(self, static_cast<std::size_t>(length));
+    path.erase(path.find_last_of('/') + 1);
+    path += "../share/treeout/examples/credit.pmml";
+    if (::access(path.c_str(), R_OK) == 0) return path;
+  }
+  return std::string(TREEOUT_EXAMPLES_DIR) + "/credit.pmml";
+}
 char const kStdin[] = "standard input";
 
 // A fault of the command line (status 2) or of the files (status 1); the
@@ -178,6 +192,17 @@ char Delimiter(std::string const& text) {
   return text[0];
 }
 
+// --stage-depth: auto (0), none (one expression) or a positive level count.
+int StageDepth(std::string const& text) {
+  if (text == "auto") return 0;
+  if (text == "none") return treeout_cli::RulesRequest::kOneExpression;
+  std::optional<double> const n = refhost::ParseDouble(text);
+  if (!n || *n < 1 || *n > 1e6 || *n != static_cast<int>(*n) ||
+      text.find_first_not_of("0123456789") != std::string::npos)
+    throw Usage("--stage-depth takes auto, none or a number of tree levels from 1", "rules");
+  return static_cast<int>(*n);
+}
+
 // The first argument names a subcommand; before it only --help and --version.
 void CheckSubcommand(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
@@ -201,7 +226,7 @@ int Run(int argc, char** argv) {
     command->add_option("-o,--output", outputPath, "write to this file instead of standard output");
   };
 
-  std::string showModel = kSampleModel;
+  std::string showModel = SampleModel();
   bool dot = false, svg = false;
   CLI::App* show = app.add_subcommand("show", "the tree as an indented outline, or as a picture");
   show->add_option("MODEL", showModel,
@@ -211,12 +236,14 @@ int Run(int argc, char** argv) {
       ->excludes(dotFlag);
   addOutput(show);
 
-  std::string rulesModel = kSampleModel;
+  std::string rulesModel = SampleModel();
   std::string dialect = "sql", edgeMode = "path", numberFormat = "exact", nodes, table;
   std::string quoteNames = "needed";
   treeout_cli::RulesRequest request;
   bool update = false, variableLabels = false, valueLabels = false;
-  CLI::App* rules = app.add_subcommand("rules", "rule text for a node selection");
+  std::string stageDepth = "auto";
+  CLI::App* rules = app.add_subcommand(
+      "rules", "rule text for a node selection, or one statement that scores a whole table");
   rules->add_option("MODEL", rulesModel,
                     "PMML file, - for standard input (default: the sample model)");
   rules->add_option("--dialect", dialect, "sql, veld or generic (default sql)")
@@ -246,6 +273,15 @@ int Run(int argc, char** argv) {
   rules->add_flag("--add-columns", request.addColumns,
                   "with --dialect sql --update: ALTER TABLE statements that add nod_001, pre_001 "
                   "and prb_001 first");
+  rules->add_flag("--one-pass", request.onePass,
+                  "one statement (one script in VELD) that gives every record of the table its "
+                  "node, prediction and probability in one scan, as score does; the select form "
+                  "returns the table's columns and nod_001, pre_001, prb_001");
+  rules->add_option("--stage-depth", stageDepth,
+                    "one-pass SQL: auto (default) splits a deep tree into stages that SQLite "
+                    "takes, the fastest form in DuckDB too; none writes one expression, which "
+                    "PostgreSQL runs in parallel (turn its jit off); N: at most N tree levels per "
+                    "stage");
   addOutput(rules);
 
   std::string scoreModel, scoreData, delimiter = ",", probabilities = "predicted";
@@ -318,6 +354,7 @@ int Run(int argc, char** argv) {
       request.nodes = SplitIds(nodes);
       request.table = table;
       request.quoteAlways = quoteNames == "always";
+      request.stageDepth = StageDepth(stageDepth);
       try {
         treeout_cli::CheckRequest(request);
       } catch (treeout_cli::UsageError const& e) {

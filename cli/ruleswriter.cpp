@@ -1,12 +1,14 @@
 #include "cli/ruleswriter.h"
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 #include <set>
 
 #include "cli/output.h"
 #include "cli/recordreader.h"
 #include "cli/sqlnames.h"
+#include "output/onepasswriter.h"
 #include "output/rulesoutputadapter.h"
 #include "selection/rulesnodeselection.h"
 
@@ -17,29 +19,38 @@ using TreeOut_800::DIALECT_GENERIC;
 using TreeOut_800::DIALECT_SQL;
 using TreeOut_800::DIALECT_VELD;
 
-// Whether a record can stop at inner node `node`: no default child takes
-// what no rule places, and no missing-value child takes every missing value.
-bool CanKeepRecords(refhost::TreeNode const& node) {
-  tree_800::SplitRuleImp const* primary = node.GetPrimary();
-  return node.GetDumbRuleIndex() < 0 &&
-         (primary == nullptr || primary->GetMissingValueMapping() < 0);
-}
-
-// The nodes of a script in prefix order: the leaves and, for updates, the
-// inner nodes where records can stop. A parent comes before its subtree, so
-// the last statement that stamps a record is the one of the node where it
-// stops.
-std::vector<tree_800::Node const*> ScriptNodes(refhost::TreeNode const* root, bool stops) {
+// Every node of the tree in prefix order.
+std::vector<tree_800::Node const*> PrefixNodes(tree_800::Node const* root) {
   std::vector<tree_800::Node const*> nodes;
-  std::vector<refhost::TreeNode const*> stack{root};
+  std::vector<tree_800::Node const*> stack{root};
   while (!stack.empty()) {
-    refhost::TreeNode const* n = stack.back();
+    tree_800::Node const* n = stack.back();
     stack.pop_back();
-    if (n->GetNumChildren() <= 0 || (stops && CanKeepRecords(*n))) nodes.push_back(n);
-    for (int i = n->GetNumChildren() - 1; i >= 0; --i)
-      stack.push_back(static_cast<refhost::TreeNode const*>(n->GetChild(i)));
+    nodes.push_back(n);
+    for (int i = n->GetNumChildren() - 1; i >= 0; --i) stack.push_back(n->GetChild(i));
   }
   return nodes;
+}
+
+// What the one-pass and stop statements need beside the export options: what
+// a record that stops at an inner node predicts, by the document's
+// strategies, and every node numbered as scoring numbers it (an added node as
+// the document node it stands for).
+TreeOut_800::OnePassSettings Settings(refhost::PmmlModel const& model,
+                                      RulesRequest const& request) {
+  using TreeOut_800::STOP_NO_PREDICTION;
+  using TreeOut_800::STOP_PREDICT;
+  refhost::PmmlModel::StopRule const rule = model.GetStopRule();
+  TreeOut_800::OnePassSettings settings;
+  settings.fnStopMissing = rule.predictsWhenMissing ? STOP_PREDICT : STOP_NO_PREDICTION;
+  settings.fnStopOther = rule.predictsOtherwise ? STOP_PREDICT : STOP_NO_PREDICTION;
+  settings.fnMaxNesting = request.stageDepth == RulesRequest::kOneExpression
+                              ? std::numeric_limits<int>::max()
+                              : request.stageDepth;
+  for (tree_800::Node const* node : PrefixNodes(model.GetModel().Root())) {
+    settings.fnNodeNumbers[node] = static_cast<int>(model.OutputId(node->GetId()));
+  }
+  return settings;
 }
 
 refhost::PmmlField const* Target(refhost::PmmlModel const& model) {
@@ -61,7 +72,7 @@ std::optional<std::string> Category(refhost::PmmlField const& target, tree_800::
 // What a whole script needs before its statements: VELD declares a string
 // prediction's width; SQL may create the three columns.
 std::string Preamble(refhost::PmmlModel const& model, RulesRequest const& request,
-                     std::vector<tree_800::Node const*> const& nodes, std::string const& table) {
+                     std::string const& table) {
   refhost::PmmlField const* target = Target(model);
   bool const classification = model.IsClassification();
   bool const text = target != nullptr && target->kind != refhost::PmmlField::kNumber;
@@ -71,11 +82,12 @@ std::string Preamble(refhost::PmmlModel const& model, RulesRequest const& reques
            (text ? "TEXT" : "DOUBLE PRECISION") + ";\n" +
            (classification ? alter + "prb_001 DOUBLE PRECISION;\n" : "");
   }
-  if (request.options.fnDialect == DIALECT_VELD && request.nodes.empty() &&
+  // (the one-pass script declares its own)
+  if (request.options.fnDialect == DIALECT_VELD && request.nodes.empty() && !request.onePass &&
       request.options.fnUpdateMode != 0 && classification && target != nullptr &&
       target->kind == refhost::PmmlField::kString) {
     std::size_t width = 1;
-    for (tree_800::Node const* node : nodes) {
+    for (tree_800::Node const* node : PrefixNodes(model.GetModel().Root())) {
       if (std::optional<std::string> category = Category(*target, *node))
         width = std::max(width, category->size());
     }
@@ -84,11 +96,9 @@ std::string Preamble(refhost::PmmlModel const& model, RulesRequest const& reques
   return "";
 }
 
-// One statement: the adapter's text with the table name put in and a final
-// line feed; a writer's error text becomes an InputError.
-std::string Statement(TreeOut_800::RulesOutputAdapter const& adapter, RulesRequest const& request,
-                      TreeOut_800::RulesNodeSelection const& selection, std::string const& table) {
-  std::string text = adapter.ExportRules(request.options, selection).Str();
+// A writer's text with the table name put in and a final line feed; a
+// writer's error text becomes an InputError.
+std::string Finished(std::string text, RulesRequest const& request, std::string const& table) {
   std::size_t const error = text.find(" ERROR: ");
   if (!text.empty() && text[0] == '\n' && error != std::string::npos) {
     std::size_t const end = text.find('\n', 1);
@@ -105,6 +115,11 @@ std::string Statement(TreeOut_800::RulesOutputAdapter const& adapter, RulesReque
   return text;
 }
 
+std::string Statement(TreeOut_800::RulesOutputAdapter const& adapter, RulesRequest const& request,
+                      TreeOut_800::RulesNodeSelection const& selection, std::string const& table) {
+  return Finished(adapter.ExportRules(request.options, selection).Str(), request, table);
+}
+
 }  // namespace
 
 void CheckRequest(RulesRequest const& request) {
@@ -114,6 +129,9 @@ void CheckRequest(RulesRequest const& request) {
   }
   if (distinct.size() > 1 && request.options.fnUpdateMode != 0) {
     throw UsageError("--update writes one node's statement: give --nodes one node id");
+  }
+  if (request.onePass && !request.nodes.empty()) {
+    throw UsageError("--one-pass scores every node: leave out --nodes");
   }
   if (request.addColumns &&
       (request.options.fnDialect != DIALECT_SQL || request.options.fnUpdateMode == 0)) {
@@ -146,6 +164,14 @@ void WriteRules(refhost::PmmlModel& model, RulesRequest const& request, std::ost
     *notes << "treeout: note: " << model.TextLimit() << '\n';
   }
   refhost::Model const& m = model.GetModel();
+  if (request.onePass) {
+    TreeOut_800::OnePassWriter const writer(&m.GetTree(), &m.GetMetadata());
+    out << Preamble(model, request, table)
+        << Finished(writer.ExportOnePass(request.options, Settings(model, request)).Str(), request,
+                    table);
+    CheckOutput(out);
+    return;
+  }
   TreeOut_800::RulesOutputAdapter const adapter(&m.GetTree(), &m.GetMetadata());
   if (!request.nodes.empty()) {
     TreeOut_800::RulesNodeSelection selection;
@@ -158,27 +184,33 @@ void WriteRules(refhost::PmmlModel& model, RulesRequest const& request, std::ost
         selection.AddNode(host, static_cast<int>(model.OutputId(host->GetId())));
       }
     }
-    out << Preamble(model, request, {}, table) << Statement(adapter, request, selection, table);
+    out << Preamble(model, request, table) << Statement(adapter, request, selection, table);
     CheckOutput(out);
     return;
   }
-  std::vector<tree_800::Node const*> const nodes =
-      ScriptNodes(m.Root(), request.options.fnUpdateMode != 0);
-  out << Preamble(model, request, nodes, table);
-  for (tree_800::Node const* node : nodes) {
+  // One statement per leaf in prefix order; a whole update script then
+  // stamps the records that stop at inner nodes, which no leaf takes.
+  out << Preamble(model, request, table);
+  bool const update = request.options.fnUpdateMode != 0;
+  for (tree_800::Node const* node : PrefixNodes(m.Root())) {
+    if (node->GetNumChildren() > 0) continue;
+    // A selection covers a leaf and its copies; an update statement takes
+    // one node, so each copy gets its own, under the leaf's number.
+    if (!update && model.IsAdded(node->GetId())) continue;
     TreeOut_800::RulesNodeSelection selection;
-    if (node->GetNumChildren() > 0) {
-      selection.AddNode(node, static_cast<int>(model.OutputId(node->GetId())));
-    } else if (model.IsAdded(node->GetId())) {
-      continue;  // a copy goes with its original; a stopper's child takes no record
-    } else {
-      for (tree_800::Node const* host : model.NodesFor(model.PmmlId(node->GetId()))) {
-        selection.AddNode(host, static_cast<int>(model.OutputId(host->GetId())));
-      }
+    for (tree_800::Node const* host : update ? std::vector<tree_800::Node const*>{node}
+                                             : model.NodesFor(model.PmmlId(node->GetId()))) {
+      selection.AddNode(host, static_cast<int>(model.OutputId(host->GetId())));
     }
     out << Statement(adapter, request, selection, table);
     CheckOutput(out);
   }
+  if (!update) return;
+  TreeOut_800::OnePassWriter const writer(&m.GetTree(), &m.GetMetadata());
+  std::string const stops =
+      writer.ExportStopStatements(request.options, Settings(model, request)).Str();
+  if (!stops.empty()) out << Finished(stops, request, table);
+  CheckOutput(out);
 }
 
 }  // namespace treeout_cli

@@ -20,6 +20,13 @@ struct RulesRequest {
   std::string table;         // replaces "<TABLE>" when not empty
   bool quoteAlways = false;  // SQL: every name as a quoted identifier
   bool addColumns = false;   // SQL updates: ALTER TABLE statements first
+  // One statement (one VELD script) that scores every record, instead of
+  // statements per node.
+  bool onePass = false;
+  // One-pass SQL: at most this many tree levels per nested expression; 0 as
+  // many as SQLite's parser takes; kOneExpression never stages.
+  int stageDepth = 0;
+  static constexpr int kOneExpression = -1;
 };
 
 // A request that cannot be met as asked (the message names the option).
@@ -29,7 +36,8 @@ class UsageError : public std::runtime_error {
 };
 
 // Throws UsageError for a request the writers cannot answer: an update or
-// generic statement for several nodes, --add-columns outside SQL updates.
+// generic statement for several nodes, --add-columns outside SQL updates,
+// --nodes with --one-pass.
 void CheckRequest(RulesRequest const& request);
 
 // Writes the statements to `out`, each ending with a line feed, as soon as it

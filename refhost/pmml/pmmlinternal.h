@@ -100,8 +100,9 @@ struct Pred {
 // it, which selects the same doubles.
 Range CodeSpace(Range r);
 
-// `r`, or when it holds every number, every number above the lowest double
-// (which is the system-missing value): a range the rule text can write.
+// `r`, or when it holds every number, every number above the double next to
+// the lowest (the lowest is the system-missing value, and a VELD interpreter
+// reads it so in the text): a range the rule text can write.
 Range Writable(Range r);
 
 // Three-valued results.

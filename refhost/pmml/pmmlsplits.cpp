@@ -321,8 +321,11 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
 
 Range Writable(Range r) {
   if (!r.hasLower && !r.hasUpper) {
+    // Above the double next to the lowest, not above the lowest itself: the
+    // lowest is written as a number, and command-syntax interpreters read
+    // that number as system-missing, which compares as missing.
     r.hasLower = true;
-    r.lower = std::numeric_limits<double>::lowest();
+    r.lower = std::nextafter(std::numeric_limits<double>::lowest(), 0.0);
     r.lowerOpen = true;
   }
   return r;

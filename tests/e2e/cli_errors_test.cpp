@@ -112,7 +112,16 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"AddColumnsOutsideSqlUpdates",
                   {"rules", kGood, "--dialect", "veld", "--update", "--add-columns"},
                   2,
-                  "--add-columns goes with --dialect sql --update (see treeout rules --help)"}),
+                  "--add-columns goes with --dialect sql --update (see treeout rules --help)"},
+        ErrorCase{"OnePassOfChosenNodes",
+                  {"rules", kGood, "--one-pass", "--nodes", "2"},
+                  2,
+                  "--one-pass scores every node: leave out --nodes (see treeout rules --help)"},
+        ErrorCase{"StageDepthNotANumber",
+                  {"rules", kGood, "--one-pass", "--stage-depth", "0"},
+                  2,
+                  "--stage-depth takes auto, none or a number of tree levels from 1 (see treeout "
+                  "rules --help)"}),
     PrintName);
 
 INSTANTIATE_TEST_SUITE_P(

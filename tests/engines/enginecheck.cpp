@@ -7,12 +7,16 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <sstream>
 
+#include "../support/psppscript.h"
 #include "cli/csvreader.h"
 #include "cli/recordreader.h"
+#include "cli/sqlnames.h"
 #include "host/format.h"
+#include "refhost/dates.h"
 #include "refhost/numbertext.h"
 
 namespace enginecheck {
@@ -22,10 +26,6 @@ using testsupport::Cell;
 using testsupport::Column;
 using testsupport::Engine;
 using testsupport::Row;
-
-// Records that stop at an inner node: the whole update script stamps them
-// too (false: they must keep NULL, for a script of leaf statements only).
-constexpr bool kInnerStopsStamped = true;
 
 std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
 
@@ -74,19 +74,19 @@ Cell CellOf(mdt_800::Variant const& value, bool date) {
   }
 }
 
-// Whether every "prb_001 = NUMBER" of a script has six decimals, as "%f"
-// writes them; else probabilities are written exactly.
+// Whether the leaves' statements of a script write "prb_001 = NUMBER" with
+// six decimals, as "%f" does; else probabilities are written exactly (as the
+// statements for inner-node stops always write them).
 bool SixDecimals(std::string const& script) {
   std::string const set = "prb_001 = ";
-  bool any = false;
   for (std::size_t at = script.find(set); at != std::string::npos; at = script.find(set, at + 1)) {
     std::size_t const begin = at + set.size();
-    std::size_t const end = script.find_first_not_of("0123456789.", begin);
+    std::size_t end = script.find_first_not_of("0123456789.", begin);
+    if (end != std::string::npos && end > begin && script[end - 1] == '.') --end;  // VELD's period
     std::size_t const point = script.find('.', begin);
-    if (point == std::string::npos || point > end || end - point != 7) return false;
-    any = true;
+    if (point != std::string::npos && point < end && end - point == 7) return true;
   }
-  return any;
+  return false;
 }
 
 Model Make(ModelFiles const& files, Options const& options) {
@@ -99,6 +99,9 @@ Model Make(ModelFiles const& files, Options const& options) {
     refhost::PmmlModel const pmml = refhost::LoadPmmlFile(modelPath);
     refhost::Model const& m = pmml.GetModel();
     variables = m.GetMetadata().GetVariables();
+    model.textPrediction = pmml.Target().kind != refhost::PmmlField::kNumber;
+    model.blends = !pmml.TextLimit().empty();
+    model.modelPath = modelPath;
     std::vector<tree_800::Node const*> stack{m.Root()};
     while (!stack.empty()) {
       tree_800::Node const* node = stack.back();
@@ -113,10 +116,13 @@ Model Make(ModelFiles const& files, Options const& options) {
     for (std::size_t r = 1; r < csv.size(); ++r) {
       refhost::Record const record = reader.Make(csv[r], static_cast<int>(r));
       Row row;
+      Row values;
       for (std::size_t i = 0; i < variables.size(); ++i) {
         row.push_back(CellOf(record[i + 1], variables[i].IsDate()));
+        values.push_back(CellOf(record[i + 1], false));
       }
       model.rows.push_back(std::move(row));
+      model.records.push_back(std::move(values));
     }
   }
 
@@ -133,16 +139,32 @@ Model Make(ModelFiles const& files, Options const& options) {
   rules.insert(rules.end(), options.flags.begin(), options.flags.end());
   std::string allText;
   for (std::string const& leaf : model.leaves) {
+    if (files.onePassOnly) break;
     std::vector<std::string> args = rules;
     args.insert(args.end(), {"--nodes", leaf});
     model.selections.push_back(Tool(args));
     allText += model.selections.back();
   }
+  std::vector<std::string> onePass = rules;
+  onePass.push_back("--one-pass");
+  model.onePass = Tool(onePass);
+  std::vector<std::string> unstaged = onePass;
+  unstaged.insert(unstaged.end(), {"--stage-depth", "none"});
+  model.onePassUnstaged = Tool(unstaged);
   rules.push_back("--update");
-  if (options.addColumns) rules.push_back("--add-columns");
-  model.update = Tool(rules);
+  onePass.push_back("--update");
+  if (options.addColumns) {
+    rules.push_back("--add-columns");
+    onePass.push_back("--add-columns");
+  }
+  if (!files.onePassOnly) {
+    model.update = Tool(rules);
+    model.veldUpdate = Tool({"rules", modelPath, "--dialect", "veld", "--update"});
+  }
+  model.onePassUpdate = Tool(onePass);
   model.sixDecimals = SixDecimals(model.update);
-  allText += model.update;
+  allText += model.update + model.onePass;
+  model.veldOnePass = Tool({"rules", modelPath, "--dialect", "veld", "--one-pass"});
 
   for (mdt_800::Variable const& variable : variables) {
     std::string name = variable.GetName();
@@ -156,27 +178,102 @@ Model Make(ModelFiles const& files, Options const& options) {
   return model;
 }
 
-bool IsLeaf(Model const& model, std::string const& node) {
-  for (std::string const& leaf : model.leaves) {
-    if (leaf == node) return true;
-  }
-  return false;
+// One record's answer as an engine or PSPP gives it; no value for NULL or
+// system-missing.
+struct Answer {
+  std::optional<std::string> node, prediction;
+  std::optional<double> probability;
+};
+
+std::optional<std::string> Text(Cell const& cell) {
+  if (std::holds_alternative<std::monostate>(cell)) return std::nullopt;
+  return testsupport::CellText(cell);
 }
 
-// Node, prediction and (for classification) probability as scoring gives
-// them: the probability exactly, or rounded to six decimals where the script
-// writes it so.
-bool Stamped(Row const& row, Score const& score, Model const& model) {
-  if (testsupport::CellText(row[0]) != score.node) return false;
-  if (model.classification) {
-    double p = refhost::ParseDouble(score.probability).value_or(-1);
-    if (model.sixDecimals) p = refhost::ParseDouble(refhost::PrintfText("%f", p)).value_or(-1);
-    auto const* written = std::get_if<double>(&row[2]);
-    return testsupport::CellText(row[1]) == score.prediction && written && *written == p;
+bool IsLeaf(Model const& model, std::string const& node) {
+  return std::find(model.leaves.begin(), model.leaves.end(), node) != model.leaves.end();
+}
+
+// Whether `got` is what scoring gives: the probability exactly, or for a
+// leaf rounded to six decimals where the text writes it so; a date
+// prediction may come back as a date number; no prediction where scoring
+// blends.
+bool Matches(Answer const& got, Score const& score, Model const& model, bool sixDecimals) {
+  if (!got.node || refhost::ParseDouble(*got.node) != refhost::ParseDouble(score.node))
+    return false;
+  if (model.blends && !got.prediction && !got.probability) return true;
+  if (score.prediction.empty())
+    return (!got.prediction || got.prediction->empty()) && !got.probability;
+  if (!got.prediction) return false;
+  if (*got.prediction != score.prediction) {
+    std::optional<double> const number = refhost::ParseDouble(*got.prediction);
+    std::optional<double> expected = refhost::ParseDouble(score.prediction);
+    if (!expected && number && model.textPrediction && !model.classification)
+      expected = refhost::DateNumberFromIso(score.prediction);
+    if (!number || !expected || *number != *expected) return false;
   }
-  if (score.prediction.empty()) return std::holds_alternative<std::monostate>(row[1]);
-  auto const* written = std::get_if<double>(&row[1]);
-  return written && refhost::ParseDouble(score.prediction) == *written;
+  if (!model.classification) return true;
+  double p = refhost::ParseDouble(score.probability).value_or(-1);
+  if (sixDecimals && IsLeaf(model, score.node))
+    p = refhost::ParseDouble(refhost::PrintfText("%f", p)).value_or(-1);
+  return got.probability && *got.probability == p;
+}
+
+// A failure naming the first records whose answers differ from the scores.
+void ExpectScores(std::vector<Answer> const& answers, Model const& model, bool sixDecimals,
+                  std::string const& what) {
+  ASSERT_EQ(answers.size(), model.scores.size()) << what;
+  std::vector<std::string> wrong;  // one line per record that differs
+  for (std::size_t r = 0; r < answers.size(); ++r) {
+    Score const& score = model.scores[r];
+    Answer const& a = answers[r];
+    if (Matches(a, score, model, sixDecimals)) continue;
+    wrong.push_back("record " + std::to_string(r + 1) + ": " + a.node.value_or("NULL") + " " +
+                    a.prediction.value_or("NULL") + " " +
+                    (a.probability ? refhost::ShortestText(*a.probability) : "NULL") + ", scored " +
+                    score.node + " " + score.prediction + " " + score.probability);
+  }
+  std::string shown;
+  for (std::size_t i = 0; i < wrong.size() && i < 10; ++i) shown += "\n  " + wrong[i];
+  EXPECT_TRUE(wrong.empty()) << what << ", " << model.name << ": " << wrong.size()
+                             << " records differ from the scores:" << shown;
+}
+
+std::vector<Answer> Answers(std::vector<Row> const& rows) {
+  std::vector<Answer> answers;
+  for (Row const& row : rows) {
+    Answer a{Text(row.at(0)), Text(row.at(1)), std::nullopt};
+    if (row.size() > 2 && std::holds_alternative<double>(row[2]))
+      a.probability = std::get<double>(row[2]);
+    answers.push_back(a);
+  }
+  return answers;
+}
+
+std::string Outputs(Model const& model) {
+  return model.classification ? "nod_001, pre_001, prb_001" : "nod_001, pre_001";
+}
+
+// Runs an update script over a fresh table (adding the three columns unless
+// the script does) and checks what it stamps.
+void CheckUpdate(Engine& engine, Model const& model, std::string const& script, bool sixDecimals,
+                 std::string const& what) {
+  std::string const table = testsupport::QuotedName(model.options.table);
+  engine.Load(model.options.table, model.columns, model.rows);
+  try {
+    if (!model.options.addColumns) {
+      engine.Run("ALTER TABLE " + table + " ADD COLUMN nod_001 INTEGER;" + "ALTER TABLE " + table +
+                 " ADD COLUMN pre_001 " + (model.textPrediction ? "TEXT" : "DOUBLE PRECISION") +
+                 (model.classification
+                      ? ";ALTER TABLE " + table + " ADD COLUMN prb_001 DOUBLE PRECISION"
+                      : ""));
+    }
+    engine.Run(script);
+  } catch (testsupport::EngineError const& e) {
+    ADD_FAILURE() << what << ", " << model.name << ": " << e.what();
+    return;
+  }
+  ExpectScores(Answers(engine.Read(table, Outputs(model))), model, sixDecimals, what);
 }
 
 // The first records (numbered from 1) of the ascending `b` that `a` lacks.
@@ -204,7 +301,7 @@ Model const& Prepared(ModelFiles const& files, Options const& options) {
 
 void CheckLeafSelections(Engine& engine, Model const& model) {
   engine.Load(model.options.table, model.columns, model.rows);
-  for (std::size_t l = 0; l < model.leaves.size(); ++l) {
+  for (std::size_t l = 0; l < model.selections.size(); ++l) {
     std::vector<long> expected;
     for (std::size_t r = 0; r < model.scores.size(); ++r) {
       if (model.scores[r].node == model.leaves[l]) expected.push_back(static_cast<long>(r));
@@ -223,50 +320,80 @@ void CheckLeafSelections(Engine& engine, Model const& model) {
 }
 
 void CheckUpdateScript(Engine& engine, Model const& model) {
-  std::string const table = testsupport::QuotedName(model.options.table);
+  if (model.update.empty()) return;
+  CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
+}
+
+void CheckOnePass(Engine& engine, Model const& model) {
+  CheckUpdate(engine, model, model.onePassUpdate, false, engine.Name() + " one-pass update");
   engine.Load(model.options.table, model.columns, model.rows);
-  try {
-    if (!model.options.addColumns) {
-      engine.Run("ALTER TABLE " + table + " ADD COLUMN nod_001 INTEGER;" + "ALTER TABLE " + table +
-                 " ADD COLUMN pre_001 " + (model.classification ? "TEXT" : "DOUBLE PRECISION") +
-                 (model.classification
-                      ? ";ALTER TABLE " + table + " ADD COLUMN prb_001 DOUBLE PRECISION"
-                      : ""));
+  for (auto const& [text, what] :
+       {std::pair{&model.onePass, engine.Name() + " one-pass select"},
+        std::pair{&model.onePassUnstaged, engine.Name() + " unstaged one-pass select"}}) {
+    // SQLite's parser takes no deep tree in one expression.
+    if (text == &model.onePassUnstaged && engine.Name() == "SQLite") continue;
+    std::vector<std::string> const statements = testsupport::SplitStatements(*text);
+    ASSERT_EQ(statements.size(), 1u) << what << ", " << model.name;
+    try {
+      ExpectScores(Answers(engine.Query("SELECT " + Outputs(model) + " FROM (" + statements[0] +
+                                        ") AS q ORDER BY \"_id\"")),
+                   model, false, what);
+    } catch (testsupport::EngineError const& e) {
+      ADD_FAILURE() << what << ", " << model.name << ": " << e.what();
     }
-    engine.Run(model.update);
-  } catch (testsupport::EngineError const& e) {
-    ADD_FAILURE() << model.name << ": " << e.what();
+  }
+}
+
+void CheckVeldScripts(Model const& model) {
+  if (!testsupport::PsppAvailable()) {
+    std::printf("pspp is not installed: the VELD scripts of %s are not run\n", model.name.c_str());
     return;
   }
-  std::vector<Row> const stamped =
-      engine.Read(table, model.classification ? "nod_001, pre_001, prb_001" : "nod_001, pre_001");
-  ASSERT_EQ(stamped.size(), model.scores.size());
-  std::vector<std::string> wrong;  // one line per record that differs
-  int innerStops = 0;
-  for (std::size_t r = 0; r < stamped.size(); ++r) {
-    Score const& score = model.scores[r];
-    std::string got;
-    for (Cell const& cell : stamped[r]) got += " " + testsupport::CellText(cell);
-    bool right;
-    if (!kInnerStopsStamped && !IsLeaf(model, score.node)) {
-      ++innerStops;
-      right = got == std::string(stamped[r].size() == 3 ? " NULL NULL NULL" : " NULL NULL");
-    } else {
-      right = Stamped(stamped[r], score, model);
+  std::vector<std::string> outputs = {"nod_001", "pre_001"};
+  if (model.classification) outputs.push_back("prb_001");
+  // The variables as the text names them; the text never names the target,
+  // which takes a plain name.
+  refhost::PmmlModel pmml = refhost::LoadPmmlFile(model.modelPath);
+  refhost::Metadata& metadata = pmml.MutableModel().MutableMetadata();
+  treeout_cli::DialectNames const names(metadata, treeout_cli::DialectNames::kVeld);
+  metadata.MutableVariable(metadata.GetTargetIndex()).SetName("target_001");
+  std::vector<std::vector<mdt_800::Variant>> records;
+  for (Row const& row : model.records) {
+    std::vector<mdt_800::Variant> values;
+    for (Cell const& cell : row) {
+      if (auto const* number = std::get_if<double>(&cell))
+        values.emplace_back(*number);
+      else if (auto const* text = std::get_if<std::string>(&cell))
+        values.emplace_back(*text);
+      else
+        values.emplace_back();
     }
-    if (!right) {
-      wrong.push_back("record " + std::to_string(r + 1) + ":" + got + ", scored " + score.node +
-                      " " + score.prediction + " " + score.probability);
-    }
+    records.push_back(std::move(values));
   }
-  std::string shown;
-  for (std::size_t i = 0; i < wrong.size() && i < 10; ++i) shown += "\n  " + wrong[i];
-  EXPECT_TRUE(wrong.empty()) << engine.Name() << ", " << model.name << ": " << wrong.size()
-                             << " records stamped wrong (an inner-node stop must stay NULL):"
-                             << shown;
-  if (innerStops > 0) {
-    std::printf("%s, %s: %d records stop at an inner node and are not stamped yet\n",
-                engine.Name().c_str(), model.name.c_str(), innerStops);
+  struct Script {
+    std::string const* text;
+    char const* what;
+    bool sixDecimals;
+  };
+  for (auto const& [script, what, sixDecimals] :
+       {Script{&model.veldUpdate, "PSPP update script", SixDecimals(model.veldUpdate)},
+        Script{&model.veldOnePass, "PSPP one-pass script", false}}) {
+    if (script->empty()) continue;
+    std::vector<Answer> answers;
+    try {
+      for (auto const& row :
+           testsupport::RunPspp(metadata.GetVariables(), records, *script, outputs)) {
+        auto const field = [&row](std::size_t i) {
+          return row.at(i).empty() ? std::nullopt : std::optional<std::string>(row[i]);
+        };
+        answers.push_back({field(0), field(1),
+                           model.classification ? refhost::ParseDouble(row.at(2)) : std::nullopt});
+      }
+    } catch (std::runtime_error const& e) {
+      ADD_FAILURE() << what << ", " << model.name << ": " << e.what();
+      continue;
+    }
+    ExpectScores(answers, model, sixDecimals, what);
   }
 }
 

@@ -16,6 +16,7 @@ struct ModelFiles {
   char const* name;
   char const* model;
   char const* data;
+  bool onePassOnly = false;  // a tree too large for statements per leaf
 };
 inline void PrintTo(ModelFiles const& files, std::ostream* out) { *out << files.name; }
 
@@ -38,10 +39,21 @@ struct Model {
   std::vector<testsupport::Row> rows;        // one per record of the data
   std::vector<Score> scores;                 // one per record
   bool classification = false;
+  bool textPrediction = false;  // a category or a date
+  // Scoring blends several nodes for some records, which the text leaves at
+  // the node where they stop without a prediction (the program says so).
+  bool blends = false;
   bool sixDecimals = false;             // the update script writes probabilities as "%f" does
   std::vector<std::string> leaves;      // node ids, in prefix order
   std::vector<std::string> selections;  // per leaf: `treeout rules --nodes LEAF`
   std::string update;                   // `treeout rules --update`, every leaf
+  std::string onePass, onePassUpdate;   // `treeout rules --one-pass`, select and update
+  std::string onePassUnstaged;          // the select with --stage-depth none
+  // VELD: the model's file, the records (dates as date numbers), the whole
+  // update script and the one-pass script.
+  std::string modelPath;
+  std::vector<testsupport::Row> records;
+  std::string veldUpdate, veldOnePass;
 };
 
 // The model of `files` with the tool's text for `options`, made once per
@@ -50,11 +62,18 @@ struct Model {
 // an unquoted name, so that a table created by hand is found).
 Model const& Prepared(ModelFiles const& files, Options const& options);
 
-// Every leaf's SELECT returns exactly the records scored at that leaf.
+// Every leaf's SELECT returns exactly the records scored at that leaf. (This
+// and the whole update scripts are left out for a one-pass-only model.)
 void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
 
-// The whole update script gives every record the node, prediction and
-// probability that scoring gives.
+// The whole update script, the one-pass SELECT and the one-pass UPDATE each
+// give every record the node, prediction and probability that scoring gives;
+// so does the unstaged SELECT, in the engines other than SQLite.
 void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
+void CheckOnePass(testsupport::Engine& engine, Model const& model);
+
+// So do the VELD whole update script and the VELD one-pass script, run by
+// PSPP (skipped when PSPP is not installed).
+void CheckVeldScripts(Model const& model);
 
 }  // namespace enginecheck

@@ -183,43 +183,6 @@ TEST(OnePassSqlite, LeafUpdatesAndStopStatementsStampEveryRecord) {
   }
 }
 
-// The PMML models of the test data with their records, and the stop settings
-// that their missing-value and no-true-child strategies give.
-TEST_P(OnePassSql, ScoresPmmlModelsAsTheirStrategiesSay) {
-  testsupport::Engine* engine = testsupport::EngineForTest(GetParam());
-  if (engine == nullptr) return;
-  for (auto const& [file, data] : std::vector<std::pair<std::string, std::string>>{
-           {"trained/rpart_cu_class/model.pmml", "trained/rpart_cu_class/data.csv"},
-           {"trained/rpart_airq_reg_code99/model.pmml", "trained/rpart_airq_reg_code99/data.csv"},
-           {"trained/rpart_solder_class/model.pmml", "trained/rpart_solder_class/data.csv"},
-           {"trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv"},
-           {"external/AuditTree.xml", "external/AuditTree.expected.csv"},
-           {"external/IrisTree.xml", "external/IrisTree.expected.csv"},
-           {"external/single_audit_dectree.xml", "external/single_audit_dectree.expected.csv"},
-           {"external/single_iris_dectree.xml", "external/single_iris_dectree.expected.csv"}}) {
-    SCOPED_TRACE(file);
-    refhost::PmmlModel pmml = refhost::LoadPmmlFile(std::string(TREEOUT_TEST_DATA) + "/" + file);
-    refhost::Model& model = pmml.MutableModel();
-    Records records = onepasstest::CsvRecords(pmml, std::string(TREEOUT_TEST_DATA) + "/" + data);
-    Records const probes = onepasstest::ProbeRecords(model, 300, 7);
-    records.insert(records.end(), probes.begin(), probes.end());
-    OnePassSettings const settings = onepasstest::PmmlSettings(pmml);
-    auto const expected = onepasstest::HostOutcomes(
-        model, records, settings,
-        [&pmml](tree_800::Node const& node, refhost::Record const& record) {
-          return pmml.PredictsNothing(node, record);
-        });
-    onepasstest::RenameVariables(model, TreeOut_800::DIALECT_SQL);
-    OnePassWriter const writer(&model.GetTree(), &model.GetMetadata());
-    for (int update : {0, 1}) {
-      std::string const text = writer.ExportOnePass(Options(0, update), settings).Str();
-      onepasstest::ExpectSameOutcomes(
-          expected, onepasstest::EngineOutcomes(*engine, model, records, text, update != 0),
-          records, engine->Name() + ":\n" + text);
-    }
-  }
-}
-
 // A chain of 100,000 levels: the text is made without recursion, in time
 // linear in the depth, splits into stages and runs in SQLite. The cuts repeat
 // every 100 levels: SQLite compiles each distinct number once and finds it

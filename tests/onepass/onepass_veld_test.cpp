@@ -66,28 +66,6 @@ TEST(OnePassVeld, ScriptGivesEveryCaseTheHostsAnswerInPspp) {
   }
 }
 
-TEST(OnePassVeld, PmmlModelsInPspp) {
-  if (!testsupport::PsppAvailable())
-    GTEST_SKIP() << "pspp is not installed; tools/deps installs it";
-  for (std::string const name : {"rpart_cu_class", "rpart_airq_reg_code99", "rpart_solder_class"}) {
-    std::string const folder = std::string(TREEOUT_TEST_DATA) + "/trained/" + name;
-    refhost::PmmlModel pmml = refhost::LoadPmmlFile(folder + "/model.pmml");
-    Records const records = onepasstest::CsvRecords(pmml, folder + "/data.csv");
-    OnePassSettings const settings = onepasstest::PmmlSettings(pmml);
-    auto const expected = onepasstest::HostOutcomes(
-        pmml.GetModel(), records, settings,
-        [&pmml](tree_800::Node const& node, refhost::Record const& record) {
-          return pmml.PredictsNothing(node, record);
-        });
-    onepasstest::RenameVariables(pmml.MutableModel(), TreeOut_800::DIALECT_VELD);
-    refhost::Model const& model = pmml.GetModel();
-    std::string const script = OnePassWriter(&model.GetTree(), &model.GetMetadata())
-                                   .ExportOnePass(outputtest::Options(1, 0, 0, 1), settings)
-                                   .Str();
-    onepasstest::ExpectSameOutcomes(expected, RunVeld(model, records, script), records, name);
-  }
-}
-
 // The VELD stop statements alone stamp exactly the cases that stop at inner
 // nodes, and leave every other case unset.
 TEST(OnePassVeld, StopStatementsStampTheCasesThatStopInPspp) {

@@ -356,58 +356,6 @@ void ExpectSameOutcomes(std::vector<Outcome> const& expected, std::vector<Outcom
   }
 }
 
-Records CsvRecords(refhost::PmmlModel const& pmml, std::string const& path) {
-  std::ifstream in(path);
-  std::string line;
-  std::getline(in, line);
-  std::vector<std::string> const header = testsupport::CsvFields(line);
-  Records records;
-  while (std::getline(in, line)) {
-    std::vector<std::string> const fields = testsupport::CsvFields(line);
-    records.emplace_back();
-    for (refhost::PmmlField const& field : pmml.Fields()) {
-      auto const column = std::find(header.begin(), header.end(), field.name) - header.begin();
-      std::string const text =
-          static_cast<std::size_t>(column) < fields.size() ? fields[column] : std::string();
-      std::optional<double> const number = refhost::ParseDouble(text);
-      if (text.empty() || field.isTarget) {
-        records.back().emplace_back();
-      } else if (field.kind == refhost::PmmlField::kString) {
-        records.back().emplace_back(text);
-      } else if (field.kind == refhost::PmmlField::kDate) {
-        records.back().emplace_back(refhost::DateNumberFromIso(text));
-      } else {
-        records.back().push_back(number ? Variant(*number) : Variant());
-      }
-    }
-  }
-  return records;
-}
-
-TreeOut_800::OnePassSettings PmmlSettings(refhost::PmmlModel const& pmml) {
-  TreeOut_800::OnePassSettings settings;
-  settings.fnStopOther = pmml.GetNoTrueChildStrategy() == refhost::NoTrueChildStrategy::kReturnNull
-                             ? TreeOut_800::STOP_NO_PREDICTION
-                             : TreeOut_800::STOP_PREDICT;
-  switch (pmml.GetMissingStrategy()) {
-    case refhost::MissingStrategy::kLastPrediction:
-      settings.fnStopMissing = TreeOut_800::STOP_PREDICT;
-      break;
-    case refhost::MissingStrategy::kNullPrediction:
-      settings.fnStopMissing = TreeOut_800::STOP_NO_PREDICTION;
-      break;
-    default:
-      settings.fnStopMissing = settings.fnStopOther;
-  }
-  refhost::Model const& model = pmml.GetModel();
-  for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
-    tree_800::Node const* node = it.Next();
-    settings.fnNodeNumbers[node] =
-        static_cast<int>(refhost::ParseDouble(pmml.PmmlId(node->GetId())).value());
-  }
-  return settings;
-}
-
 void RenameVariables(refhost::Model& model, int dialect) {
   auto const& variables = model.GetMetadata().GetVariables();
   for (std::size_t i = 0; i < variables.size(); ++i) {

@@ -64,14 +64,6 @@ std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model 
 void ExpectSameOutcomes(std::vector<Outcome> const& expected, std::vector<Outcome> const& actual,
                         Records const& records, std::string const& what, double tolerance = 0);
 
-// The records of a CSV file with a header, its columns matched to the
-// model's fields by name; an empty or unreadable number is missing.
-Records CsvRecords(refhost::PmmlModel const& pmml, std::string const& path);
-
-// The stop settings that the document's strategies give, and its node ids
-// as node numbers.
-TreeOut_800::OnePassSettings PmmlSettings(refhost::PmmlModel const& pmml);
-
 // Renames the model's variables as a tool does to make them safe in the
 // dialect: quoted SQL names, valid VELD names.
 void RenameVariables(refhost::Model& model, int dialect);
