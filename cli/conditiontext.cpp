@@ -3,16 +3,17 @@
 #include <memory>
 #include <vector>
 
-#include "cli/recordreader.h"
+#include "cli/messages.h"
 #include "host/splitrule.h"
 #include "refhost/dates.h"
+#include "refhost/numbertext.h"
 
 namespace treeout_cli {
 namespace {
 
 std::string ValueText(refhost::PmmlField const& field, double value) {
   if (field.kind == refhost::PmmlField::kDate) return refhost::IsoFromDateNumber(value);
-  return NumberText(value);
+  return refhost::ShortestText(value);
 }
 
 }  // namespace
@@ -75,11 +76,11 @@ std::string PredictionText(refhost::PmmlModel const& model, refhost::TreeNode co
     for (auto const& field : model.Fields()) {
       if (field.isTarget && code >= 1 && code <= static_cast<int>(field.categories.size())) {
         return "predict " + field.categories[code - 1] + " (" +
-               NumberText(stats->GetProbability(code)) + ")";
+               refhost::ShortestText(stats->GetProbability(code)) + ")";
       }
     }
   } else if (tree_800::ValueStatistics const* value = node.GetValueStatistics(0)) {
-    return "predict " + NumberText(value->GetPredictedValue());
+    return "predict " + refhost::ShortestText(value->GetPredictedValue());
   }
   return "";
 }

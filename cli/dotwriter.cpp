@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "cli/conditiontext.h"
+#include "cli/messages.h"
 #include "cli/output.h"
-#include "cli/recordreader.h"
 #include "refhost/numbertext.h"
 
 namespace treeout_cli {
@@ -38,7 +38,7 @@ std::string Label(refhost::PmmlModel const& model, refhost::TreeNode const& node
     }
   }
   if (std::optional<double> n = model.RecordCount(node.GetId()))
-    label += "\\nn = " + NumberText(*n);
+    label += "\\nn = " + refhost::ShortestText(*n);
   std::string const prediction = PredictionText(model, node);
   if (!prediction.empty()) label += "\\n" + Escape(prediction);
   if (tree_800::ClassStatistics const* stats = node.GetClassStatistics(0)) {

@@ -6,8 +6,9 @@
 #include <vector>
 
 #include "cli/conditiontext.h"
+#include "cli/messages.h"
 #include "cli/output.h"
-#include "cli/recordreader.h"
+#include "refhost/numbertext.h"
 
 namespace treeout_cli {
 namespace {
@@ -47,7 +48,8 @@ void PrintOutline(refhost::PmmlModel const& model, std::ostream& out) {
       out << " [id " << model.DocumentId(node.GetId()) << "]";
     }
     if (!item.condition.empty()) out << "  " << item.condition;
-    if (std::optional<double> n = model.RecordCount(node.GetId())) out << "  n=" << NumberText(*n);
+    if (std::optional<double> n = model.RecordCount(node.GetId()))
+      out << "  n=" << refhost::ShortestText(*n);
     std::string const prediction = PredictionText(model, node);
     if (!prediction.empty()) out << "  " << prediction;
     out << '\n';

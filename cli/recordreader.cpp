@@ -8,24 +8,6 @@
 
 namespace treeout_cli {
 
-std::string NumberText(double value) { return refhost::ShortestText(value); }
-
-std::string OneLine(std::string const& text) {
-  std::string line;
-  for (char c : text) {
-    if (c == '\n') {
-      line += "\\n";
-    } else if (c == '\r') {
-      line += "\\r";
-    } else if (c == '\t') {
-      line += "\\t";
-    } else {
-      line += c;
-    }
-  }
-  return line;
-}
-
 std::vector<bool> UsedVariables(refhost::PmmlModel const& model) {
   std::vector<bool> used(model.Fields().size(), false);
   auto const mark = [&](tree_800::SplitRuleImp const* split) {

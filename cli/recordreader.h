@@ -5,19 +5,14 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "cli/messages.h"
 #include "refhost/pmml/pmmlmodel.h"
 #include "refhost/records.h"
 
 namespace treeout_cli {
-
-class InputError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 class RecordReader {
  public:
@@ -44,12 +39,5 @@ class RecordReader {
 
 // The model variables that some split of the tree (primary or surrogate) tests.
 std::vector<bool> UsedVariables(refhost::PmmlModel const& model);
-
-// The shortest number text that reads back as `value`.
-std::string NumberText(double value);
-
-// `text` for an error message on one line: line feeds, returns and tabs as
-// \n, \r and \t.
-std::string OneLine(std::string const& text);
 
 }  // namespace treeout_cli

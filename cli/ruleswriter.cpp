@@ -5,8 +5,8 @@
 #include <optional>
 #include <set>
 
+#include "cli/messages.h"
 #include "cli/output.h"
-#include "cli/recordreader.h"
 #include "cli/sqlnames.h"
 #include "output/onepasswriter.h"
 #include "output/rulesoutputadapter.h"

@@ -3,9 +3,11 @@
 #include <unordered_map>
 
 #include "cli/csvreader.h"
+#include "cli/messages.h"
 #include "cli/output.h"
 #include "cli/recordreader.h"
 #include "refhost/dates.h"
+#include "refhost/numbertext.h"
 #include "scoring/rulefactory.h"
 
 namespace treeout_cli {
@@ -49,7 +51,7 @@ class LineCache {
 };
 
 void AppendNumber(std::optional<double> value, std::string* line) {
-  if (value) *line += NumberText(*value);
+  if (value) *line += refhost::ShortestText(*value);
 }
 
 std::string LineOf(Score const& score, bool classification, ScoreOptions const& options) {
@@ -100,7 +102,7 @@ Score Scorer::ScoreRecord(refhost::Record const& record) const {
   } else if (target.kind == refhost::PmmlField::kDate) {
     score.prediction = refhost::IsoFromDateNumber(answer.value);
   } else {
-    score.prediction = NumberText(answer.value);
+    score.prediction = refhost::ShortestText(answer.value);
   }
   return score;
 }

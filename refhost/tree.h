@@ -39,6 +39,9 @@ class Tree : public tree_800::TreeAlgorithmBase {
 
  private:
   std::vector<std::unique_ptr<TreeNode>> fnNodes;
+  // Nodes by id: after Renumber with dense ids (few gaps) a vector, and
+  // the map for the rest.
+  std::vector<TreeNode*> fnDense;
   std::unordered_map<unsigned int, TreeNode*> fnById;
   TreeNode* fnRoot = nullptr;
 };

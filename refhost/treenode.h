@@ -19,6 +19,7 @@ class TreeNode : public tree_800::NodeImp {
 
   // Building; the tree that owns the nodes calls these.
   void AddChild(TreeNode* child);  // not owned; sets the child's parent
+  void ReserveChildren(std::size_t n) { fnChildren.reserve(n); }
   void SetPrimary(std::unique_ptr<tree_800::SplitRuleImp> split);
   void AddSurrogate(std::unique_ptr<tree_800::SplitRuleImp> split);
   void SetDefaultChild(int index);  // -1 for none

@@ -20,6 +20,10 @@ std::string AttributeOr(XmlReader const& xml, std::string_view name, std::string
   return value != nullptr ? *value : fallback;
 }
 
+std::string_view ValueOr(XmlReader const& xml, std::string_view name, std::string_view fallback) {
+  return xml.Value(name).value_or(fallback);
+}
+
 namespace {
 
 // Calls `child` for each child element of the current element (at its

@@ -52,10 +52,10 @@ struct FieldDef {
   Where where;                            // the DataField
 
   // The code (1..n) of a value text, 0 when it is none.
-  int CodeOf(std::string const& text) const;
+  int CodeOf(std::string_view text) const;
   // The number a value text stands for (date numbers for dates, 1 and 0
   // for booleans), or nothing.
-  std::optional<double> NumberOf(std::string const& text) const;
+  std::optional<double> NumberOf(std::string_view text) const;
   void AddCategory(std::string const& text, double number);
 };
 

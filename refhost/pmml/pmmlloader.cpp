@@ -11,23 +11,19 @@
 // the loader added come after. A categorical field that declares no values
 // takes those the tree names; then the document is read twice, the first
 // time only to note them.
+//
+// The Node elements are read in pmmlnodes.cpp.
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <cmath>
 #include <cstring>
 #include <memory>
 
-#include "refhost/pmml/pmmldocument.h"
-#include "refhost/pmml/pmmlreading.h"
-#include "refhost/pmml/pmmlrouting.h"
+#include "refhost/pmml/pmmlloading.h"
 
 namespace refhost {
+namespace pmml {
 namespace {
-
-using namespace pmml;
 
 MissingStrategy ReadMissingStrategy(XmlReader const& xml) {
   std::string const s = AttributeOr(xml, "missingValueStrategy", "none");
@@ -47,552 +43,148 @@ NoTrueChildStrategy ReadNoTrueChild(XmlReader const& xml) {
   Here(xml).Fail("noTrueChildStrategy " + Quote(s) + " is not supported");
 }
 
-bool IsPredicate(std::string_view name) {
-  return name == "SimplePredicate" || name == "SimpleSetPredicate" || name == "CompoundPredicate" ||
-         name == "True" || name == "False";
+}  // namespace
+
+bool Loader::Run(NamedValues* collected) {
+  if (fnXml.Next() != XmlReader::kStart) throw PmmlError("not an XML document", 0);
+  Where const root = Here(fnXml);
+  if (fnXml.Name() != "PMML") {
+    root.Fail("the document is not PMML (its root element is " + Quote(fnXml.Name()) + ")");
+  }
+  std::string const version = AttributeOr(fnXml, "version", "");
+  if (version.empty() || (version[0] != '3' && version[0] != '4')) {
+    root.Fail("PMML version " + Quote(version) + " is not supported (3.x and 4.x are)");
+  }
+  bool haveTree = false;
+  for (;;) {
+    XmlReader::Event const e = fnXml.Next();
+    if (e == XmlReader::kEnd) break;
+    if (e != XmlReader::kStart) continue;
+    std::string_view const name = fnXml.Name();
+    if (name == "DataDictionary") {
+      fnDictionary = ReadDataDictionary(fnXml);
+      fnHaveDictionary = true;
+    } else if (name == "TransformationDictionary") {
+      ReadTransformations(fnXml, fnGlobal);
+    } else if (name == "TreeModel") {
+      if (haveTree) Here(fnXml).Fail("a second TreeModel (one is supported)");
+      haveTree = true;
+      if (!TreeModel(collected)) return false;
+    } else {
+      SkipElement(fnXml);
+    }
+  }
+  if (!fnHaveDictionary) root.Fail("no DataDictionary");
+  if (!haveTree) root.Fail("no TreeModel");
+  while (fnXml.Next() != XmlReader::kDone) {
+  }
+  return true;
 }
 
-// The key under which ids clash: "1" and "01" are one number.
-std::string IdKey(std::string const& id) {
-  bool digits = !id.empty();
-  for (char c : id) digits = digits && c >= '0' && c <= '9';
-  if (!digits) return "t" + id;
-  std::size_t const first = id.find_first_not_of('0');
-  return "n" + (first == std::string::npos ? std::string("0") : id.substr(first));
+PmmlModel Loader::Take() {
+  CheckNumericIds();
+  std::vector<unsigned int> ids = fnIds.Settle(fnNodes, fnInOrder);
+  if (fnDocument) {
+    for (DocNode& node : fnDocument->nodes) node.outputId = ids[node.host->GetId()];
+  }
+  fnTree->Renumber(ids);
+  for (std::size_t i = 0; i < ids.size(); ++i) fnNodes[i].hostId = ids[i];
+  Model model(fnBuilder.BuildMetadata(), std::move(fnTree));
+  PmmlModel loaded(std::move(model), std::move(fnInfo), std::move(fnNodes), fnInOrder, fnMissing,
+                   fnNoTrueChild, fnPenalty, fnModelName, std::move(fnDocument));
+  if (!fnStopsAlike.empty()) loaded.NoteStopsAlike(fnStopsAlike);
+  return loaded;
 }
 
-struct Frame {
-  TreeNode* host = nullptr;
-  Where where;
-  std::string id;
-  bool hasId = false;
-  std::string defaultChild;
-  bool hasDefault = false;
-  bool havePredicate = false;
-  Pred predicate;
-  std::string scoreText;
-  bool hasScore = false;
-  std::vector<double> counts, probabilities;
-  bool anyProbability = false;
-  bool anyDistribution = false;
-  std::vector<ChildSpec> children;
-  std::vector<std::string> childIds;
-  std::uint32_t docIndex = 0;
-  std::vector<std::uint32_t> childDocs;
-};
-
-class Loader : public NodeMaker {
- public:
-  Loader(XmlReader& xml, NamedValues const* named, LoadOptions const& options)
-      : fnXml(xml), fnNamed(named), fnOptions(options), fnTree(std::make_unique<Tree>()) {}
-
-  // False when the document's categories need the values its tree names;
-  // they are then in `collected` and the caller runs a new loader.
-  bool Run(NamedValues* collected) {
-    if (fnXml.Next() != XmlReader::kStart) throw PmmlError("not an XML document", 0);
-    Where const root = Here(fnXml);
-    if (fnXml.Name() != "PMML") {
-      root.Fail("the document is not PMML (its root element is " + Quote(fnXml.Name()) + ")");
+bool Loader::TreeModel(NamedValues* collected) {
+  Where const at = Here(fnXml);
+  if (!fnHaveDictionary) at.Fail("no DataDictionary before the TreeModel");
+  std::string const function = AttributeOr(fnXml, "functionName", "");
+  if (function != "classification" && function != "regression") {
+    at.Fail("functionName " + Quote(function) +
+            " is not supported (classification and regression are)");
+  }
+  fnClassification = function == "classification";
+  fnMissing = ReadMissingStrategy(fnXml);
+  fnNoTrueChild = ReadNoTrueChild(fnXml);
+  if (std::string const* p = fnXml.Attribute("missingValuePenalty")) {
+    std::optional<double> const penalty = ParseNumber(*p);
+    if (!penalty || *penalty < 0 || *penalty > 1) {
+      at.Fail("missingValuePenalty " + Quote(*p) + " is not a number from 0 to 1");
     }
-    std::string const version = AttributeOr(fnXml, "version", "");
-    if (version.empty() || (version[0] != '3' && version[0] != '4')) {
-      root.Fail("PMML version " + Quote(version) + " is not supported (3.x and 4.x are)");
-    }
-    bool haveTree = false;
-    for (;;) {
-      XmlReader::Event const e = fnXml.Next();
-      if (e == XmlReader::kEnd) break;
-      if (e != XmlReader::kStart) continue;
-      std::string_view const name = fnXml.Name();
-      if (name == "DataDictionary") {
-        fnDictionary = ReadDataDictionary(fnXml);
-        fnHaveDictionary = true;
-      } else if (name == "TransformationDictionary") {
-        ReadTransformations(fnXml, fnGlobal);
-      } else if (name == "TreeModel") {
-        if (haveTree) Here(fnXml).Fail("a second TreeModel (one is supported)");
-        haveTree = true;
-        if (!TreeModel(collected)) return false;
-      } else {
-        SkipElement(fnXml);
+    fnPenalty = *penalty;
+  }
+  fnModelName = AttributeOr(fnXml, "modelName", "");
+  fnDerived = fnGlobal;
+  bool haveSchema = false;
+  bool haveRoot = false;
+  std::size_t const depth = fnXml.Depth();
+  for (;;) {
+    XmlReader::Event const e = fnXml.Next();
+    if (e == XmlReader::kEnd && fnXml.Depth() + 1 == depth) break;
+    if (e != XmlReader::kStart) continue;
+    std::string_view const name = fnXml.Name();
+    if (name == "MiningSchema") {
+      Where const schemaAt = Here(fnXml);
+      std::vector<MiningField> const mining = ReadMiningSchema(fnXml);
+      DeclareFields(schemaAt, mining, fnDictionary, fnClassification, fnFields, fnInfo);
+      haveSchema = true;
+    } else if (name == "LocalTransformations") {
+      ReadTransformations(fnXml, fnDerived);
+    } else if (name == "Node") {
+      if (!haveSchema) at.Fail("no MiningSchema");
+      if (haveRoot) Here(fnXml).Fail("a second root Node");
+      haveRoot = true;
+      if (fnNamed == nullptr && NeedsNamedValues(fnFields, fnDictionary)) {
+        CollectNamedValues(fnXml, fnFields, fnDerived, *collected);
+        return false;
       }
-    }
-    if (!fnHaveDictionary) root.Fail("no DataDictionary");
-    if (!haveTree) root.Fail("no TreeModel");
-    while (fnXml.Next() != XmlReader::kDone) {
-    }
-    return true;
-  }
-
-  PmmlModel Take() {
-    std::vector<unsigned int> ids = SettleIds();
-    if (fnDocument) {
-      for (DocNode& node : fnDocument->nodes) node.outputId = ids[node.host->GetId()];
-    }
-    fnTree->Renumber(ids);
-    for (std::size_t i = 0; i < ids.size(); ++i) fnNodes[i].hostId = ids[i];
-    Model model(fnBuilder.BuildMetadata(), std::move(fnTree));
-    PmmlModel loaded(std::move(model), std::move(fnInfo), std::move(fnNodes), fnInOrder, fnMissing,
-                     fnNoTrueChild, fnPenalty, fnModelName, std::move(fnDocument));
-    if (!fnStopsAlike.empty()) loaded.NoteStopsAlike(fnStopsAlike);
-    return loaded;
-  }
-
-  TreeNode* Added(TreeNode const& origin) override {
-    return NewAdded(origin, PmmlModel::NodeInfo::kTest);
-  }
-
-  TreeNode* Copy(TreeNode const& subtree) override {
-    TreeNode* top = nullptr;
-    std::vector<std::pair<TreeNode const*, TreeNode*>> stack{{&subtree, nullptr}};
-    while (!stack.empty()) {
-      auto const [source, parent] = stack.back();
-      stack.pop_back();
-      // A copy of an added test stays a test of the same document node.
-      PmmlModel::NodeInfo::Role const role = fnNodes[source->GetId()].role;
-      TreeNode* node = NewAdded(
-          *source, role == PmmlModel::NodeInfo::kDocument ? PmmlModel::NodeInfo::kCopy : role);
-      fnNodes.back().recordCount = fnNodes[source->GetId()].recordCount;
-      if (tree_800::SplitRuleImp const* primary = source->GetPrimary()) {
-        node->SetPrimary(std::unique_ptr<tree_800::SplitRuleImp>(primary->Clone()));
-      }
-      for (int s = 0; s < source->GetNumSurrogates(); ++s) {
-        node->AddSurrogate(
-            std::unique_ptr<tree_800::SplitRuleImp>(source->GetSurrogateImp(s).Clone()));
-      }
-      node->SetDefaultChild(source->GetDumbRuleIndex());
-      if (parent != nullptr) parent->AddChild(node);
-      if (top == nullptr) top = node;
-      for (int c = source->GetNumChildren() - 1; c >= 0; --c) {
-        stack.emplace_back(static_cast<TreeNode const*>(source->GetChild(c)), node);
-      }
-    }
-    return top;
-  }
-
- private:
-  TreeNode* NewAdded(TreeNode const& origin, PmmlModel::NodeInfo::Role role) {
-    TreeNode* node = NewHostNode();
-    CopyStatistics(origin, *node);
-    PmmlModel::NodeInfo info;
-    info.origin = fnNodes[origin.GetId()].origin;
-    info.documentId = fnNodes[info.origin].documentId;
-    info.role = role;
-    fnNodes.push_back(std::move(info));
-    return node;
-  }
-
-  bool TreeModel(NamedValues* collected) {
-    Where const at = Here(fnXml);
-    if (!fnHaveDictionary) at.Fail("no DataDictionary before the TreeModel");
-    std::string const function = AttributeOr(fnXml, "functionName", "");
-    if (function != "classification" && function != "regression") {
-      at.Fail("functionName " + Quote(function) +
-              " is not supported (classification and regression are)");
-    }
-    fnClassification = function == "classification";
-    fnMissing = ReadMissingStrategy(fnXml);
-    fnNoTrueChild = ReadNoTrueChild(fnXml);
-    if (std::string const* p = fnXml.Attribute("missingValuePenalty")) {
-      std::optional<double> const penalty = ParseNumber(*p);
-      if (!penalty || *penalty < 0 || *penalty > 1) {
-        at.Fail("missingValuePenalty " + Quote(*p) + " is not a number from 0 to 1");
-      }
-      fnPenalty = *penalty;
-    }
-    fnModelName = AttributeOr(fnXml, "modelName", "");
-    fnDerived = fnGlobal;
-    bool haveSchema = false;
-    bool haveRoot = false;
-    std::size_t const depth = fnXml.Depth();
-    for (;;) {
-      XmlReader::Event const e = fnXml.Next();
-      if (e == XmlReader::kEnd && fnXml.Depth() + 1 == depth) break;
-      if (e != XmlReader::kStart) continue;
-      std::string_view const name = fnXml.Name();
-      if (name == "MiningSchema") {
-        Where const schemaAt = Here(fnXml);
-        std::vector<MiningField> const mining = ReadMiningSchema(fnXml);
-        DeclareFields(schemaAt, mining, fnDictionary, fnClassification, fnFields, fnInfo);
-        haveSchema = true;
-      } else if (name == "LocalTransformations") {
-        ReadTransformations(fnXml, fnDerived);
-      } else if (name == "Node") {
-        if (!haveSchema) at.Fail("no MiningSchema");
-        if (haveRoot) Here(fnXml).Fail("a second root Node");
-        haveRoot = true;
-        if (fnNamed == nullptr && NeedsNamedValues(fnFields, fnDictionary)) {
-          CollectNamedValues(fnXml, fnFields, fnDerived, *collected);
-          return false;
-        }
-        Prepare();
-        Nodes();
-      } else {
-        SkipElement(fnXml);
-      }
-    }
-    if (!haveSchema) at.Fail("no MiningSchema");
-    if (!haveRoot) at.Fail("no Node");
-    return true;
-  }
-
-  void Prepare() {
-    FinishFields(fnDictionary, fnNamed, fnFields, fnInfo, fnBuilder);
-    bool const blends = fnMissing == MissingStrategy::kWeightedConfidence ||
-                        fnMissing == MissingStrategy::kAggregateNodes;
-    fnRules.missing = fnMissing;
-    fnRules.noTrueChild = fnNoTrueChild;
-    bool const returnLast = fnNoTrueChild == NoTrueChildStrategy::kReturnLast;
-    // A stop for a missing value predicts otherwise than one with no true
-    // child, or scores a blend, or has its confidence lowered by the penalty.
-    bool const last = fnMissing == MissingStrategy::kLastPrediction;
-    fnRules.stopsDiffer = blends || (last && (!returnLast || fnPenalty != 1)) ||
-                          (fnMissing == MissingStrategy::kNullPrediction && returnLast);
-    // Kept where scores need the predicates: blends, penalties, and stops
-    // whose reason a node's splits may not tell.
-    if (fnRules.stopsDiffer || fnOptions.keepPredicates || PenaltyCounts()) {
-      fnDocument = std::make_unique<Document>();
-    }
-    for (FieldDef const& def : fnFields.defs) {
-      if (def.index != fnFields.target) {
-        fnRules.fallbackField = def.index;
-        break;
-      }
-    }
-  }
-
-  // Whether the missing value penalty lowers some records' confidence.
-  bool PenaltyCounts() const {
-    return fnPenalty != 1 && fnMissing != MissingStrategy::kNone &&
-           fnMissing != MissingStrategy::kNullPrediction;
-  }
-
-  TreeNode* NewHostNode() {
-    return fnTree->AddUnindexed(static_cast<unsigned int>(fnNodes.size()));
-  }
-
-  // --- Node elements ---
-
-  // Frames are kept for reuse below fnDepth, so that their buffers do not
-  // come and go with every node.
-  Frame& Top() { return fnFrames[fnDepth - 1]; }
-
-  void Nodes() {
-    OpenNode();
-    while (fnDepth > 0) {
-      XmlReader::Event const e = fnXml.Next();
-      if (e == XmlReader::kEnd) {
-        CloseNode();
-        continue;
-      }
-      if (e != XmlReader::kStart) continue;
-      Frame& top = Top();
-      std::string_view const name = fnXml.Name();
-      if (name == "Node") {
-        if (!top.havePredicate) top.where.Fail("no predicate");
-        OpenNode();
-      } else if (IsPredicate(name)) {
-        if (top.havePredicate) Here(fnXml).Fail("a second predicate in one Node");
-        top.predicate = ReadPredicate(fnXml, fnFields, fnDerived);
-        top.havePredicate = true;
-      } else if (name == "ScoreDistribution") {
-        Distribution(top);
-      } else if (name == "EmbeddedModel" || name == "Regression" || name == "DecisionTree") {
-        Here(fnXml).Fail(std::string(name) + " inside a Node is not supported");
-      } else {
-        SkipElement(fnXml);  // Extension, Partition
-      }
-    }
-  }
-
-  void OpenNode() {
-    if (fnDepth == fnFrames.size()) fnFrames.emplace_back();
-    Frame& frame = fnFrames[fnDepth++];
-    frame.where = Here(fnXml);
-    frame.host = NewHostNode();
-    frame.docIndex = fnDocNodes++;
-    frame.hasId = false;
-    frame.hasDefault = false;
-    frame.havePredicate = false;
-    frame.hasScore = false;
-    frame.anyProbability = false;
-    frame.anyDistribution = false;
-    frame.children.clear();
-    frame.childIds.clear();
-    frame.childDocs.clear();
-    fnLines.push_back(frame.where.line);
-    PmmlModel::NodeInfo info;
-    info.origin = static_cast<std::uint32_t>(fnNodes.size());
-    fnDocHost.push_back(info.origin);
-    if (std::string const* id = fnXml.Attribute("id")) {
-      frame.id = *id;
-      frame.hasId = true;
-      info.documentId = *id;
-      CheckId(*id, frame);
+      Prepare();
+      Nodes();
     } else {
-      fnAllNumbers = false;
-    }
-    if (std::string const* count = fnXml.Attribute("recordCount")) {
-      std::optional<double> const n = ParseNumber(*count);
-      if (!n) frame.where.Fail("recordCount " + Quote(*count) + " is not a number");
-      if (*n < 0) frame.where.Fail("recordCount " + Quote(*count) + " is negative");
-      info.recordCount = *n;
-    }
-    if (std::string const* d = fnXml.Attribute("defaultChild")) {
-      frame.defaultChild = *d;
-      frame.hasDefault = true;
-    }
-    if (std::string const* score = fnXml.Attribute("score")) {
-      frame.scoreText = *score;
-      frame.hasScore = true;
-    }
-    std::size_t const n = fnClassification ? Target().categories.size() : 0;
-    frame.counts.assign(n, 0);
-    frame.probabilities.assign(n, 0);
-    fnNodes.push_back(std::move(info));
-  }
-
-  // Ids clash as numbers ("1" and "01") or as texts; the message names both
-  // nodes.
-  void CheckId(std::string const& id, Frame const& frame) {
-    std::uint32_t const doc = frame.docIndex;
-    bool digits = !id.empty() && id.size() <= 19;
-    for (char c : id) digits = digits && c >= '0' && c <= '9';
-    std::uint32_t other = doc;
-    if (digits) {
-      unsigned long long const n = std::stoull(id);
-      fnNumericIds.emplace_back(n, doc);  // clashes are found at the end, sorted
-      if (n > 0xFFFFFFFFull) fnAllNumbers = false;
-      fnMaxId = std::max<unsigned long long>(fnMaxId, n);
-    } else {
-      other = fnTextIds.emplace(IdKey(id), doc).first->second;
-      fnAllNumbers = false;
-    }
-    if (other != doc) IdClash(doc, other);
-  }
-
-  // Document node `doc` has the id of the earlier node `other`.
-  [[noreturn]] void IdClash(std::uint32_t doc, std::uint32_t other) const {
-    std::string const& id = fnNodes[fnDocHost[doc]].documentId;
-    std::string const& first = fnNodes[fnDocHost[other]].documentId;
-    Fail("Node", fnLines[doc],
-         "node id " + Quote(id) + " is also the id of the Node at line " +
-             std::to_string(fnLines[other]) + (first == id ? "" : " (" + Quote(first) + ")"));
-  }
-
-  void CheckNumericIds() {
-    std::sort(fnNumericIds.begin(), fnNumericIds.end());
-    std::uint32_t clash = UINT32_MAX;
-    std::uint32_t with = 0;
-    for (std::size_t i = 1; i < fnNumericIds.size(); ++i) {
-      if (fnNumericIds[i].first == fnNumericIds[i - 1].first && fnNumericIds[i].second < clash) {
-        clash = fnNumericIds[i].second;  // the first clash in document order
-        with = fnNumericIds[i - 1].second;
-      }
-    }
-    if (clash != UINT32_MAX) IdClash(clash, with);
-  }
-
-  FieldDef const& Target() const {
-    return fnFields.defs[static_cast<std::size_t>(fnFields.target)];
-  }
-
-  void Distribution(Frame& frame) {
-    Where const at = Here(fnXml);
-    if (!fnClassification) return SkipElement(fnXml);
-    std::string const value = AttributeOr(fnXml, "value", "");
-    int const code = Target().CodeOf(value);
-    if (code == 0) {
-      at.Fail("value " + Quote(value) + " is not a category of the target " + Quote(Target().name));
-    }
-    std::string const countText = AttributeOr(fnXml, "recordCount", "0");
-    std::optional<double> const count = ParseNumber(countText);
-    if (!count) at.Fail("recordCount " + Quote(countText) + " is not a number");
-    if (*count < 0) at.Fail("recordCount " + Quote(countText) + " is negative");
-    std::size_t const c = static_cast<std::size_t>(code - 1);
-    frame.counts[c] += *count;
-    if (std::string const* p = fnXml.Attribute("probability")) {
-      std::optional<double> const probability = ParseNumber(*p);
-      if (!probability || *probability < 0 || *probability > 1) {
-        at.Fail("probability " + Quote(*p) + " is not a number from 0 to 1");
-      }
-      frame.probabilities[c] = *probability;
-      frame.anyProbability = true;
-    }
-    frame.anyDistribution = true;
-    SkipElement(fnXml);
-  }
-
-  void CloseNode() {
-    Frame& frame = fnFrames[--fnDepth];
-    if (!frame.havePredicate) frame.where.Fail("no predicate");
-    if (fnDepth == 0 && frame.predicate.kind != Pred::kTrue) {
-      frame.predicate.where.Fail("the root Node's predicate must be True");
-    }
-    Statistics(frame);
-    int declaredDefault = -1;
-    if (frame.hasDefault && !frame.children.empty()) {
-      for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
-        if (frame.childIds[i] == frame.defaultChild) declaredDefault = static_cast<int>(i);
-      }
-      for (std::size_t i = 0; i < frame.childIds.size() && declaredDefault < 0; ++i) {
-        if (IdKey(frame.childIds[i]) == IdKey(frame.defaultChild)) {
-          declaredDefault = static_cast<int>(i);
-        }
-      }
-      if (declaredDefault < 0) {
-        CheckNumericIds();  // two children with one id explain it better
-        frame.where.Fail("defaultChild " + Quote(frame.defaultChild) +
-                         " is not one of its children");
-      }
-    }
-    if (!frame.children.empty()) {
-      if (!BuildRouting(*frame.host, frame.where, frame.children, declaredDefault, fnFields,
-                        fnRules, *this)) {
-        fnStopsAlike.push_back(frame.docIndex);
-      }
-    }
-    if (fnDocument) Keep(frame, declaredDefault);
-    if (fnDepth == 0) return;
-    Frame& parent = Top();
-    parent.childIds.push_back(frame.hasId ? frame.id : std::string());
-    parent.childDocs.push_back(frame.docIndex);
-    ChildSpec child;
-    child.host = frame.host;
-    child.where = frame.where;
-    if (!fnDocument)
-      child.predicate = std::move(frame.predicate);
-    else
-      child.predicate = fnDocument->nodes[frame.docIndex].predicate;
-    parent.children.push_back(std::move(child));
-  }
-
-  void Keep(Frame& frame, int declaredDefault) {
-    if (fnDocument->nodes.size() <= frame.docIndex) fnDocument->nodes.resize(frame.docIndex + 1);
-    DocNode& node = fnDocument->nodes[frame.docIndex];
-    node.predicate = std::move(frame.predicate);
-    node.children = std::move(frame.childDocs);
-    node.defaultChild = declaredDefault;
-    node.host = frame.host;
-    node.recordCount = fnNodes[frame.host->GetId()].recordCount;
-    node.counts = frame.counts;
-    bool const weighted = fnMissing == MissingStrategy::kWeightedConfidence;
-    if (weighted && fnDepth > 0 && node.recordCount < 0) {
-      frame.where.Fail("no recordCount, which missingValueStrategy 'weightedConfidence' needs");
-    }
-    // aggregateNodes adds up the record counts of distributions (of scores
-    // weighted by record counts in a regression tree); a node without them
-    // adds nothing.
-  }
-
-  // Class statistics: the score's code and each code's probability, from
-  // the distribution's probabilities, else its record counts. Value
-  // statistics: the score as a number (a date number for a date target).
-  void Statistics(Frame& frame) {
-    FieldDef const& target = Target();
-    if (!fnClassification) {
-      if (!frame.hasScore) return;
-      std::optional<double> const value = target.NumberOf(frame.scoreText);
-      if (!value) {
-        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a " +
-                         (target.kind == PmmlField::kDate ? "date" : "number"));
-      }
-      frame.host->SetValueStatistics(*value);
-      return;
-    }
-    std::size_t const n = target.categories.size();
-    if (!frame.anyProbability) {
-      double total = 0;
-      for (double c : frame.counts) total += c;
-      if (total > 0) {
-        for (std::size_t i = 0; i < n; ++i) frame.probabilities[i] = frame.counts[i] / total;
-      }
-    }
-    int predicted = 0;
-    if (frame.hasScore) {
-      predicted = target.CodeOf(frame.scoreText);
-      if (predicted == 0) {
-        frame.where.Fail("score " + Quote(frame.scoreText) + " is not a category of the target " +
-                         Quote(target.name));
-      }
-    } else if (frame.anyDistribution) {
-      predicted = 1;
-      for (std::size_t i = 1; i < n; ++i) {
-        if (frame.probabilities[i] > frame.probabilities[static_cast<std::size_t>(predicted - 1)]) {
-          predicted = static_cast<int>(i) + 1;
-        }
-      }
-    }
-    if (predicted > 0) frame.host->SetClassStatistics(predicted, frame.probabilities);
-  }
-
-  void CopyStatistics(TreeNode const& from, TreeNode& to) const {
-    if (tree_800::ClassStatistics const* stats = from.GetClassStatistics(0)) {
-      std::vector<double> probabilities;
-      for (std::size_t c = 1; c <= Target().categories.size(); ++c) {
-        probabilities.push_back(stats->GetProbability(static_cast<int>(c)));
-      }
-      to.SetClassStatistics(stats->GetPredictedCategory(), std::move(probabilities));
-    }
-    if (tree_800::ValueStatistics const* value = from.GetValueStatistics(0)) {
-      to.SetValueStatistics(value->GetPredictedValue());
+      SkipElement(fnXml);
     }
   }
+  if (!haveSchema) at.Fail("no MiningSchema");
+  if (!haveRoot) at.Fail("no Node");
+  return true;
+}
 
-  // --- ids ---
-
-  std::vector<unsigned int> SettleIds() {
-    CheckNumericIds();
-    fnInOrder = !fnAllNumbers;
-    std::vector<unsigned int> ids(fnNodes.size());
-    unsigned long long next = 0;
-    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
-      if (fnNodes[i].role != PmmlModel::NodeInfo::kDocument) continue;
-      ids[i] = fnInOrder ? static_cast<unsigned int>(next++)
-                         : static_cast<unsigned int>(std::stoull(fnNodes[i].documentId));
-    }
-    if (!fnInOrder) next = static_cast<unsigned long long>(fnMaxId) + 1;
-    for (std::size_t i = 0; i < fnNodes.size(); ++i) {
-      if (fnNodes[i].role == PmmlModel::NodeInfo::kDocument) continue;
-      if (next > 0xFFFFFFFFull) {
-        throw PmmlError("the tree's node ids leave no room for the nodes the loader adds", 0);
-      }
-      ids[i] = static_cast<unsigned int>(next++);
-    }
-    return ids;
+void Loader::Prepare() {
+  FinishFields(fnDictionary, fnNamed, fnFields, fnInfo, fnBuilder);
+  bool const blends = fnMissing == MissingStrategy::kWeightedConfidence ||
+                      fnMissing == MissingStrategy::kAggregateNodes;
+  fnRules.missing = fnMissing;
+  fnRules.noTrueChild = fnNoTrueChild;
+  bool const returnLast = fnNoTrueChild == NoTrueChildStrategy::kReturnLast;
+  // A stop for a missing value predicts otherwise than one with no true
+  // child, or scores a blend, or has its confidence lowered by the penalty.
+  bool const last = fnMissing == MissingStrategy::kLastPrediction;
+  fnRules.stopsDiffer = blends || (last && (!returnLast || fnPenalty != 1)) ||
+                        (fnMissing == MissingStrategy::kNullPrediction && returnLast);
+  // Kept where scores need the predicates: blends, penalties, and stops
+  // whose reason a node's splits may not tell.
+  if (fnRules.stopsDiffer || fnOptions.keepPredicates || PenaltyCounts()) {
+    fnDocument = std::make_unique<Document>();
   }
+  for (FieldDef const& def : fnFields.defs) {
+    if (def.index != fnFields.target) {
+      fnRules.fallbackField = def.index;
+      break;
+    }
+  }
+}
 
-  XmlReader& fnXml;
-  NamedValues const* fnNamed;
-  LoadOptions fnOptions;
-  std::map<std::string, DataField> fnDictionary;
-  bool fnHaveDictionary = false;
-  Derived fnGlobal;
-  Derived fnDerived;
-  Fields fnFields;
-  std::vector<PmmlField> fnInfo;
-  ModelBuilder fnBuilder;
-  bool fnClassification = true;
-  MissingStrategy fnMissing = MissingStrategy::kNone;
-  NoTrueChildStrategy fnNoTrueChild = NoTrueChildStrategy::kReturnNull;
-  double fnPenalty = 1;
-  std::string fnModelName;
-  RoutingRules fnRules;
-  std::unique_ptr<Tree> fnTree;
-  std::vector<PmmlModel::NodeInfo> fnNodes;  // by provisional id
-  std::uint32_t fnDocNodes = 0;
-  std::vector<std::pair<unsigned long long, std::uint32_t>> fnNumericIds;  // (id, doc index)
-  std::unordered_map<std::string, std::uint32_t> fnTextIds;
-  std::vector<long> fnLines;             // by document index
-  std::vector<std::uint32_t> fnDocHost;  // document index -> fnNodes index
-  bool fnAllNumbers = true;
-  unsigned long long fnMaxId = 0;
-  bool fnInOrder = false;
-  std::vector<std::uint32_t> fnStopsAlike;  // nodes whose splits cannot tell why one stops
-  std::vector<Frame> fnFrames;
-  std::size_t fnDepth = 0;
-  std::unique_ptr<Document> fnDocument;
-};
+bool Loader::PenaltyCounts() const {
+  return fnPenalty != 1 && fnMissing != MissingStrategy::kNone &&
+         fnMissing != MissingStrategy::kNullPrediction;
+}
+
+}  // namespace pmml
+
+namespace {
+
+using namespace pmml;
 
 template <typename MakeReader>
 PmmlModel Load(MakeReader makeReader, LoadOptions const& options) {

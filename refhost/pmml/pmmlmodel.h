@@ -191,12 +191,16 @@ class PmmlModel {
   Answer Blend(std::uint32_t docNode, std::size_t firstChild, double const* values,
                int missingSteps) const;
   std::uint32_t DocIndexOf(unsigned int hostId) const;
+  std::optional<std::uint32_t> IndexOf(unsigned int hostId) const;
 
   Model fnModel;
   std::vector<PmmlField> fnFields;
   std::size_t fnTarget = 0;
-  std::vector<NodeInfo> fnNodes;                            // in the order the host tree holds them
-  std::unordered_map<unsigned int, std::uint32_t> fnIndex;  // host id -> fnNodes index
+  std::vector<NodeInfo> fnNodes;  // in the order the host tree holds them
+  // Host id -> fnNodes index: a vector when the ids are dense (numbered in
+  // document order, or the document's own ids with few gaps), else a map.
+  std::vector<std::uint32_t> fnDense;  // UINT32_MAX where no node has the id
+  std::unordered_map<unsigned int, std::uint32_t> fnIndex;
   std::unordered_multimap<std::uint32_t, std::uint32_t> fnCopies;  // origin -> copies
   std::vector<std::uint32_t> fnDocIndex;  // fnNodes index -> document index (when kept)
   std::vector<bool> fnStopsAlike;         // by document index

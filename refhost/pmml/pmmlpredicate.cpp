@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "refhost/pmml/pmmlreading.h"
 
@@ -78,7 +79,7 @@ Range PreImage(std::vector<Cast> const& casts, Range const& r) {
   return out;
 }
 
-IntervalSet PreImage(std::vector<Cast> const& casts, IntervalSet const& set) {
+IntervalSet PreImage(std::vector<Cast> const& casts, IntervalSet set) {
   if (casts.empty()) return set;
   IntervalSet out;
   for (Range const& r : set.ranges) out = out.Union(IntervalSet{{PreImage(casts, r)}});
@@ -126,7 +127,7 @@ class PredicateReader {
   Pred Compound() {
     Pred pred;
     pred.where = Here(fnXml);
-    std::string const op = AttributeOr(fnXml, "booleanOperator", "");
+    std::string_view const op = ValueOr(fnXml, "booleanOperator", "");
     if (op == "and") {
       pred.kind = Pred::kAnd;
     } else if (op == "or") {
@@ -184,7 +185,7 @@ class PredicateReader {
   void Simple(Pred& pred) {
     FieldRef const ref = Field(pred.where);
     pred.field = ref.field->index;
-    std::string const op = AttributeOr(fnXml, "operator", "");
+    std::string_view const op = ValueOr(fnXml, "operator", "");
     if (op == "isMissing" || op == "isNotMissing") {
       pred.kind = op == "isMissing" ? Pred::kIsMissing : Pred::kIsNotMissing;
       return;
@@ -193,8 +194,8 @@ class PredicateReader {
         op != "greaterThan" && op != "greaterOrEqual") {
       pred.where.Fail("operator " + Quote(op) + " is not supported");
     }
-    std::string const* value = fnXml.Attribute("value");
-    if (value == nullptr) pred.where.Fail("no value");
+    std::optional<std::string_view> const value = fnXml.Value("value");
+    if (!value) pred.where.Fail("no value");
     pred.kind = Pred::kAtom;
     FieldDef const& f = *ref.field;
     if (f.categorical) {
@@ -227,7 +228,7 @@ class PredicateReader {
     if (op == "greaterOrEqual") set.ranges.push_back(Range::AtLeast(t));
     if (op == "equal" || op == "notEqual") set.ranges.push_back(Range::Between(t, false, t, false));
     if (op == "notEqual") set = set.Complement();
-    pred.numbers = PreImage(ref.casts, set);
+    pred.numbers = PreImage(ref.casts, std::move(set));
   }
 
   void Set(Pred& pred) {
@@ -289,12 +290,12 @@ class PredicateReader {
       set = set.Union(IntervalSet{{Range::Between(t, false, t, false)}});
     }
     if (op == "isNotIn") set = set.Complement();
-    pred.numbers = PreImage(ref.casts, set);
+    pred.numbers = PreImage(ref.casts, std::move(set));
   }
 
   // The code of a category named by a predicate. A field that declares its
   // values must declare this one; a declared user-missing value has no code.
-  int Category(FieldDef const& f, std::string const& text, Where const& at, bool mustExist) {
+  int Category(FieldDef const& f, std::string_view text, Where const& at, bool mustExist) {
     int const code = f.CodeOf(text);
     if (code == 0 && mustExist) {
       bool missingValue = false;
@@ -307,7 +308,7 @@ class PredicateReader {
     return code;
   }
 
-  double Number(FieldDef const& f, std::string const& text, Where const& at) {
+  double Number(FieldDef const& f, std::string_view text, Where const& at) {
     std::optional<double> const number = f.NumberOf(text);
     if (!number) {
       char const* what = f.boolean                    ? "boolean or a number"
@@ -318,7 +319,7 @@ class PredicateReader {
     return *number;
   }
 
-  static bool Compare(std::string const& op, double left, double right) {
+  static bool Compare(std::string_view op, double left, double right) {
     if (op == "equal") return left == right;
     if (op == "notEqual") return left != right;
     if (op == "lessThan") return left < right;

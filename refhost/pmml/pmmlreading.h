@@ -20,6 +20,8 @@ void SkipElement(XmlReader& xml);
 Where Here(XmlReader const& xml);
 // The attribute's value, or `fallback` when there is none.
 std::string AttributeOr(XmlReader const& xml, std::string_view name, std::string fallback);
+// The same as a view, valid until the next event.
+std::string_view ValueOr(XmlReader const& xml, std::string_view name, std::string_view fallback);
 
 struct DataField {
   Where where;

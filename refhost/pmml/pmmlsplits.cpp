@@ -212,15 +212,15 @@ std::optional<Range> RangeOf(Member const& m) {
 }
 
 std::unique_ptr<tree_800::SplitRuleImp> CategorySplit(FieldDef const& field,
-                                                      std::vector<Member> const& members) {
+                                                      std::vector<Member const*> const& members) {
   std::size_t const n = field.categories.size();
   std::vector<bool> taken(n + 1, false);
   auto rule = std::make_unique<tree_800::NSplitRule>(field.index, 0);
   for (std::size_t i = 0; i < members.size(); ++i) {
-    if (members[i].kind == Pred::kFalse) continue;
+    if (members[i]->kind == Pred::kFalse) continue;
     for (std::size_t code = 1; code <= n; ++code) {
       if (taken[code]) continue;
-      if (members[i].kind == Pred::kTrue || members[i].Atom().codes[code]) {
+      if (members[i]->kind == Pred::kTrue || members[i]->Atom().codes[code]) {
         taken[code] = true;
         rule->SetCatMapping(static_cast<int>(code), static_cast<int>(i));
       }
@@ -231,11 +231,13 @@ std::unique_ptr<tree_800::SplitRuleImp> CategorySplit(FieldDef const& field,
 }
 
 std::optional<std::vector<Range>> RangeSplit(FieldDef const& field,
-                                             std::vector<Member> const& members) {
+                                             std::vector<Member const*> const& members) {
   std::vector<Range> given;  // each child's own range, before earlier children take theirs
   std::vector<Range> ranges;
-  for (Member const& m : members) {
-    std::optional<Range> own = RangeOf(m);
+  given.reserve(members.size());
+  ranges.reserve(members.size());
+  for (Member const* m : members) {
+    std::optional<Range> own = RangeOf(*m);
     if (!own) return std::nullopt;
     Range left = *own;
     for (Range const& earlier : given) {
@@ -251,17 +253,57 @@ std::optional<std::vector<Range>> RangeSplit(FieldDef const& field,
 }
 
 struct Splits {
-  std::vector<std::unique_ptr<tree_800::SplitRuleImp>> rules;  // primary first
+  // Primary first; a numeric primary is null here and made from
+  // primaryRanges once the missing-value child is known.
+  std::vector<std::unique_ptr<tree_800::SplitRuleImp>> rules;
+  std::vector<Range> primaryRanges;
   std::vector<int> fieldOf;
   int missingChild = -1;
   int defaultChild = -1;
 };
+
+// Whether the host's reading of the chains (position by position, each
+// child taking what the ones before it leave) gives what PMML's reading
+// gives (child by child, the first whose chain is true, where any strategy
+// but none ends the walk at a child whose chain is UNKNOWN). `positions`
+// counts the positions that test a field; one after them holds constants.
+bool TriedInOrderAlike(std::vector<Chain> const& chains, std::size_t positions,
+                       MissingStrategy strategy) {
+  int first = -1;  // the first chain that tests a field
+  bool trueEnd = false;
+  for (std::size_t i = 0; i < chains.size(); ++i) {
+    std::vector<Member> const& members = chains[i].members;
+    bool const constant = members.size() == 1 && members[0].kind != Pred::kAtom;
+    // A True child before the tests takes every record, missing or not; a
+    // False that ends a chain early makes the child false, where the host
+    // goes on to the next position.
+    if (constant && members[0].kind == Pred::kTrue && first < 0) return false;
+    for (std::size_t j = 0; j < members.size() && j < positions; ++j) {
+      if (members[j].kind == Pred::kFalse && j + 1 < members.size()) return false;
+      // True where other children test a field: PMML's child is true even
+      // when the field is missing, where the host asks the next position.
+      if (members[j].kind == Pred::kTrue && (j > 0 || positions > 1)) return false;
+    }
+    if (constant) continue;
+    if (first < 0) first = static_cast<int>(i);
+    if (strategy == MissingStrategy::kNone) continue;
+    // An UNKNOWN child ends the walk: every child must test every position,
+    // and a True after them all must be the first child's.
+    if (members.size() < positions) return false;
+    if (members.size() > positions && members[positions].kind == Pred::kTrue) {
+      if (!trueEnd && static_cast<int>(i) != first) return false;
+      trueEnd = true;
+    }
+  }
+  return true;
+}
 
 // The simple splits, or nothing when the predicates need the general
 // construction.
 std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int declaredDefault,
                                    Fields const& fields, MissingStrategy strategy) {
   std::vector<Chain> chains;
+  chains.reserve(children.size());
   std::size_t length = 0;
   for (ChildSpec const& child : children) {
     std::optional<Chain> chain = AsChain(child.predicate, fields);
@@ -271,22 +313,24 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
   }
   Splits out;
   out.defaultChild = strategy == MissingStrategy::kDefaultChild ? declaredDefault : -1;
+  Member const none{};  // False: a chain that ends early places nothing further on
+  std::vector<Member const*> members;
+  members.reserve(chains.size());
   for (std::size_t j = 0; j < length; ++j) {
-    std::vector<Member> members;
+    members.clear();
     int field = -1;
     for (Chain const& chain : chains) {
-      Member m;
-      if (j < chain.members.size()) m = chain.members[j];
+      Member const& m = j < chain.members.size() ? chain.members[j] : none;
       int const f = m.Field();
       if (f >= 0 && field >= 0 && f != field) return std::nullopt;
       if (f >= 0) field = f;
-      members.push_back(std::move(m));
+      members.push_back(&m);
     }
     if (field < 0) {  // only True and False: the chain ends here
       if (j == 0) return std::nullopt;
       out.defaultChild = -1;
       for (std::size_t i = 0; i < members.size() && out.defaultChild < 0; ++i) {
-        if (members[i].kind == Pred::kTrue) out.defaultChild = static_cast<int>(i);
+        if (members[i]->kind == Pred::kTrue) out.defaultChild = static_cast<int>(i);
       }
       break;
     }
@@ -296,14 +340,19 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
     } else {
       std::optional<std::vector<Range>> ranges = RangeSplit(def, members);
       if (!ranges) return std::nullopt;
-      out.rules.push_back(std::make_unique<OrdinalSplit>(field, std::move(*ranges), -1));
+      if (j == 0) {
+        out.primaryRanges = std::move(*ranges);
+        out.rules.emplace_back();
+      } else {
+        out.rules.push_back(std::make_unique<OrdinalSplit>(field, std::move(*ranges), -1));
+      }
     }
     out.fieldOf.push_back(field);
     // Without a missing-value strategy a missing value makes each predicate
     // false, so a True child takes it.
     if (j == 0 && strategy == MissingStrategy::kNone && length == 1) {
       for (std::size_t i = 0; i < members.size() && out.missingChild < 0; ++i) {
-        if (members[i].kind == Pred::kTrue) out.missingChild = static_cast<int>(i);
+        if (members[i]->kind == Pred::kTrue) out.missingChild = static_cast<int>(i);
       }
     }
   }
@@ -312,6 +361,18 @@ std::optional<Splits> SimpleSplits(std::vector<ChildSpec> const& children, int d
     if (chains[i].missingField < 0) continue;
     if (chains[i].missingField != out.fieldOf[0] || explicitMissing >= 0) return std::nullopt;
     explicitMissing = static_cast<int>(i);
+  }
+  if (!TriedInOrderAlike(chains, out.rules.size(), strategy)) return std::nullopt;
+  // PMML tries the children in order. One before the isMissing child that a
+  // missing value leaves UNKNOWN ends the walk under every strategy but none,
+  // and one that a surrogate makes true takes the record: then the host's
+  // missing-value child would not mean the same.
+  for (int i = 0; i < explicitMissing; ++i) {
+    std::vector<Member> const& members = chains[static_cast<std::size_t>(i)].members;
+    Pred::Kind const kind = members.size() == 1 ? members[0].kind : Pred::kTrue;
+    if (kind != Pred::kFalse && (kind != Pred::kAtom || strategy != MissingStrategy::kNone)) {
+      return std::nullopt;
+    }
   }
   if (explicitMissing >= 0) out.missingChild = explicitMissing;
   return out;
@@ -354,11 +415,10 @@ bool BuildRouting(TreeNode& parent, Where const& at, std::vector<ChildSpec>& chi
   }
   int const n = static_cast<int>(children.size());
   std::unique_ptr<tree_800::SplitRuleImp>& primary = splits->rules[0];
-  if (auto* codes = dynamic_cast<tree_800::NSplitRule*>(primary.get())) {
-    codes->SetMissingValueMapping(splits->missingChild);
+  if (primary) {
+    static_cast<tree_800::NSplitRule*>(primary.get())->SetMissingValueMapping(splits->missingChild);
   } else {
-    auto const* ranges = static_cast<OrdinalSplit const*>(primary.get());
-    primary = std::make_unique<OrdinalSplit>(ranges->GetPredictorIndex(), ranges->GetRanges(),
+    primary = std::make_unique<OrdinalSplit>(splits->fieldOf[0], std::move(splits->primaryRanges),
                                              splits->missingChild);
   }
   parent.SetPrimary(std::move(primary));
@@ -371,6 +431,7 @@ bool BuildRouting(TreeNode& parent, Where const& at, std::vector<ChildSpec>& chi
     }
   }
   parent.SetDefaultChild(splits->defaultChild < n ? splits->defaultChild : -1);
+  parent.ReserveChildren(children.size());
   for (ChildSpec& child : children) parent.AddChild(child.host);
   return true;
 }

@@ -4,7 +4,7 @@
 // block grows when one token is longer), then its scan starts again. So a
 // token is always whole in the window, and names and values are views into
 // it until the next event. Bytes are counted for lines and checked as UTF-8
-// once, when their token is taken.
+// once, when their token is taken (xmldecode.cpp, with the references).
 #include "refhost/pmml/xmlreader.h"
 
 #include <algorithm>
@@ -21,46 +21,89 @@ std::size_t const kBlock = 64 * 1024;
 
 inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-// Name characters as a table: ASCII letters, digits, '_', ':', '-', '.',
-// and every byte of a multi-byte UTF-8 character.
-struct NameTable {
-  bool is[256] = {};
-  NameTable() {
+// Byte classes as a table. Name characters: ASCII letters, digits, '_',
+// ':', '-', '.', and every byte of a multi-byte UTF-8 character. Value
+// stops: the bytes an attribute value's scan must look at (either quote,
+// and what makes a value need decoding or fail: '&', '<' and blanks other
+// than the space). Special: the bytes Consume must see (a line feed, a NUL,
+// and those above 0x7F); a token without them needs no Consume. Plain name
+// characters: those that are neither ':' nor special. Value bytes: neither
+// value stops nor special.
+enum : unsigned char {
+  kNameChar = 1,
+  kValueStop = 2,
+  kColon = 4,
+  kSpecial = 8,
+  kPlainName = 16,
+  kValueByte = 32
+};
+struct ByteTable {
+  unsigned char is[256] = {};
+  ByteTable() {
     for (int c = 0; c < 256; ++c) {
-      is[c] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-              c == '_' || c == ':' || c == '-' || c == '.' || c >= 0x80;
+      bool const name = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                        (c >= '0' && c <= '9') || c == '_' || c == ':' || c == '-' || c == '.' ||
+                        c >= 0x80;
+      bool const stop =
+          c == '"' || c == '\'' || c == '&' || c == '<' || c == '\t' || c == '\n' || c == '\r';
+      bool const special = c == '\n' || c == 0 || c >= 0x80;
+      bool const plainName = name && c != ':' && !special;
+      is[c] = static_cast<unsigned char>((name ? kNameChar : 0) | (stop ? kValueStop : 0) |
+                                         (c == ':' ? kColon : 0) | (special ? kSpecial : 0) |
+                                         (plainName ? kPlainName : 0) |
+                                         (!stop && !special ? kValueByte : 0));
     }
   }
 };
-NameTable const kNames;
+ByteTable const kBytes;
 
-inline bool IsNameChar(char c) { return kNames.is[static_cast<unsigned char>(c)]; }
+inline bool IsNameChar(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kNameChar; }
+inline bool IsSpecial(char c) { return kBytes.is[static_cast<unsigned char>(c)] & kSpecial; }
+
+// The first byte from `q` on that is not of `cls` (a table bit), or `end`;
+// four bytes a step while there are four.
+inline char const* SkipClass(char const* q, char const* end, unsigned char cls) {
+  unsigned char const* const is = kBytes.is;
+  auto const at = [&q](int i) { return static_cast<unsigned char>(q[i]); };
+  while (end - q >= 4 && (is[at(0)] & is[at(1)] & is[at(2)] & is[at(3)] & cls)) q += 4;
+  while (q < end && (is[static_cast<unsigned char>(*q)] & cls)) ++q;
+  return q;
+}
+
+// Skips blanks from `q`, noting a line feed among them.
+inline char const* SkipBlanks(char const* q, char const* end, bool& special) {
+  for (; q < end && IsBlank(*q); ++q) special = special || *q == '\n';
+  return q;
+}
 
 bool IsNameStart(char c) {
   return IsNameChar(c) && !(c >= '0' && c <= '9') && c != '-' && c != '.';
 }
 
-std::string_view Local(std::string_view name) {
-  std::size_t const colon = name.find(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
+// The end of the name that starts at `q`; `local` is where it starts
+// without its prefix (up to its first ':'). Notes a special byte in it.
+inline char const* ScanName(char const* q, char const* end, char const*& local, bool& special) {
+  local = q;
+  bool prefixed = false;
+  for (;;) {
+    q = SkipClass(q, end, kPlainName);
+    if (q == end || !IsNameChar(*q)) return q;
+    if (*q == ':') {
+      if (!prefixed) local = q + 1;
+      prefixed = true;
+    } else {
+      special = true;
+    }
+    ++q;
+  }
 }
 
-void AppendUtf8(std::string& into, unsigned long code) {
-  if (code < 0x80) {
-    into += static_cast<char>(code);
-  } else if (code < 0x800) {
-    into += static_cast<char>(0xC0 | (code >> 6));
-    into += static_cast<char>(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    into += static_cast<char>(0xE0 | (code >> 12));
-    into += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    into += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    into += static_cast<char>(0xF0 | (code >> 18));
-    into += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-    into += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    into += static_cast<char>(0x80 | (code & 0x3F));
+// Names are short: a plain loop beats a library search here.
+std::string_view Local(std::string_view name) {
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (name[i] == ':') return name.substr(i + 1);
   }
+  return name;
 }
 
 // The first place of `what` in [p, end), or null.
@@ -101,110 +144,40 @@ void XmlReader::Fail(std::string const& what) const {
   throw PmmlError("not an XML document: " + what + " at line " + std::to_string(fnLine), fnLine);
 }
 
-void XmlReader::FailByte(unsigned char c) const {
-  if (c == 0) Fail("the file holds a NUL byte: it is not UTF-8 text (UTF-16 or binary?)");
-  Fail("a byte that is not UTF-8: the file is not UTF-8 text");
-}
-
-void XmlReader::Consume(char const* from, char const* to) {
-  // Eight bytes at a time while none is a line feed, a NUL or above 0x7F;
-  // byte by byte from such a byte to the end of its character.
-  std::uint64_t const ones = 0x0101010101010101ull;
-  std::uint64_t const highs = 0x8080808080808080ull;
-  char const* p = from;
-  while (p < to) {
-    while (to - p >= 8) {
-      std::uint64_t w = 0;
-      std::memcpy(&w, p, 8);
-      std::uint64_t const feeds = w ^ (ones * '\n');
-      std::uint64_t const special = ((w - ones) & ~w) | ((feeds - ones) & ~feeds) | w;
-      if ((special & highs) != 0) break;
-      p += 8;
-    }
-    char const* const stop = std::min(to, p + 8);
-    for (; p < stop; ++p) {
-      unsigned char const c = static_cast<unsigned char>(*p);
-      if (c == '\n') {
-        ++fnLine;
-      } else if (c == 0 || c >= 0x80) {
-        int more = 0;
-        if ((c & 0xE0) == 0xC0 && c >= 0xC2) {
-          more = 1;
-        } else if ((c & 0xF0) == 0xE0) {
-          more = 2;
-        } else if ((c & 0xF8) == 0xF0 && c <= 0xF4) {
-          more = 3;
-        } else {
-          FailByte(c);
-        }
-        for (int i = 0; i < more; ++i) {
-          if (++p >= to || (static_cast<unsigned char>(*p) & 0xC0) != 0x80) FailByte(c);
-        }
-      }
-    }
+std::optional<std::string_view> XmlReader::Value(std::string_view name) const {
+  for (std::size_t i = 0; i < fnNumAttrs; ++i) {
+    if (fnAttrs[i].name == name) return fnAttrs[i].View();
   }
+  return std::nullopt;
 }
 
 std::string const* XmlReader::Attribute(std::string_view name) const {
   for (std::size_t i = 0; i < fnNumAttrs; ++i) {
-    if (Local(fnAttrs[i].name) == name) return &fnAttrs[i].value;
+    Attr const& a = fnAttrs[i];
+    if (a.name != name) continue;
+    if (!a.plain) return &a.decoded;
+    if (!a.copied) {
+      a.copy.assign(a.raw.data(), a.raw.size());
+      a.copied = true;
+    }
+    return &a.copy;
   }
   return nullptr;
 }
 
-// References replaced; in an attribute, blanks become spaces (XML's
-// normalisation), in text a CR LF becomes LF.
-void XmlReader::Decode(std::string_view raw, std::string& into, bool attribute) const {
-  into.clear();
-  for (std::size_t i = 0; i < raw.size(); ++i) {
-    char const c = raw[i];
-    if (c == '\r') {
-      if (i + 1 < raw.size() && raw[i + 1] == '\n') ++i;
-      into += attribute ? ' ' : '\n';
-    } else if (attribute && (c == '\t' || c == '\n')) {
-      into += ' ';
-    } else if (c != '&') {
-      into += c;
-    } else {
-      std::size_t const semi = raw.find(';', i);
-      std::string const name(raw.substr(i + 1, semi == std::string_view::npos ? 12 : semi - i - 1));
-      if (semi == std::string_view::npos || name.size() > 12) {
-        Fail("a reference '&" + name + "' without its ';'");
-      }
-      i = semi;
-      if (name == "lt") {
-        into += '<';
-      } else if (name == "gt") {
-        into += '>';
-      } else if (name == "amp") {
-        into += '&';
-      } else if (name == "quot") {
-        into += '"';
-      } else if (name == "apos") {
-        into += '\'';
-      } else if (name.size() > 1 && name[0] == '#') {
-        bool const hex = name[1] == 'x';
-        unsigned long code = 0;
-        std::size_t const from = hex ? 2 : 1;
-        if (from == name.size()) Fail("a character reference '&" + name + ";' without digits");
-        for (std::size_t k = from; k < name.size() && code <= 0x10FFFF; ++k) {
-          char const d = name[k];
-          int value = -1;
-          if (d >= '0' && d <= '9') value = d - '0';
-          if (hex && d >= 'a' && d <= 'f') value = d - 'a' + 10;
-          if (hex && d >= 'A' && d <= 'F') value = d - 'A' + 10;
-          if (value < 0) Fail("a character reference '&" + name + ";' that is not a number");
-          code = code * (hex ? 16 : 10) + static_cast<unsigned long>(value);
-        }
-        if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-          Fail("a character reference '&" + name + ";' to no character");
-        }
-        AppendUtf8(into, code);
-      } else {
-        Fail("an unknown entity '&" + name + ";'");
-      }
-    }
-  }
+std::string_view XmlReader::OpenName() const {
+  std::size_t const n = fnOpenEnds.size();
+  std::size_t const from = n > 1 ? fnOpenEnds[n - 2] : 0;
+  return std::string_view(fnOpenNames).substr(from, fnOpenEnds[n - 1] - from);
+}
+
+// The innermost open element ends. Its name stays in fnOpenNames, as the
+// kEnd's name, until the next event.
+void XmlReader::CloseElement() {
+  fnName = Local(OpenName());
+  fnOpenEnds.pop_back();
+  fnTrim = true;
+  if (fnOpenEnds.empty()) fnFinished = true;
 }
 
 // A UTF-8 byte order mark is skipped; one of UTF-16 says what the file is.
@@ -225,17 +198,20 @@ XmlReader::Event XmlReader::Next() {
     SkipByteOrderMark();
   }
   fnNumAttrs = 0;
+  if (fnTrim) {
+    fnOpenNames.resize(fnOpenEnds.empty() ? 0 : fnOpenEnds.back());
+    fnTrim = false;
+  }
   if (fnPendingEnd) {
     fnPendingEnd = false;
-    fnEndName = std::move(fnOpen.back());
-    fnOpen.pop_back();
-    fnName = Local(fnEndName);
-    if (fnOpen.empty()) fnFinished = true;
+    CloseElement();
     return kEnd;
   }
   for (;;) {
     if (fnPos == fnEnd && !More(fnPos)) {
-      if (!fnOpen.empty()) Fail("the end of the file inside element '" + fnOpen.back() + "'");
+      if (!fnOpenEnds.empty()) {
+        Fail("the end of the file inside element '" + std::string(OpenName()) + "'");
+      }
       if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
       return kDone;
     }
@@ -276,15 +252,18 @@ bool XmlReader::TryStartTag(char const*& start) {
     if (*q == 0) FailByte(0);
     Fail("a name was expected after '<'");
   }
-  while (q < end && IsNameChar(*q)) ++q;
+  char const* local = nullptr;
+  bool special = false;  // whether Consume must see the tag's bytes
+  q = ScanName(q, end, local, special);
   if (q == end) return false;
   std::string_view const name(start + 1, static_cast<std::size_t>(q - start - 1));
+  std::string_view const localName(local, static_cast<std::size_t>(q - local));
   if (fnFinished) Fail("a second document element");
   std::size_t count = 0;
   bool empty = false;
   for (;;) {
     bool const blank = IsBlank(*q);
-    while (q < end && IsBlank(*q)) ++q;
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     if (*q == '/') {
       if (q + 1 == end) return false;
@@ -300,45 +279,52 @@ bool XmlReader::TryStartTag(char const*& start) {
     if (!blank) Fail("no blank before an attribute in tag '" + std::string(name) + "'");
     char const* n = q;
     if (!IsNameStart(*n)) Fail("an attribute name was expected in tag '" + std::string(name) + "'");
-    while (q < end && IsNameChar(*q)) ++q;
+    char const* attrLocal = nullptr;
+    q = ScanName(q, end, attrLocal, special);
     if (q == end) return false;
     std::string_view const attr(n, static_cast<std::size_t>(q - n));
-    while (q < end && IsBlank(*q)) ++q;
+    std::string_view const attrName(attrLocal, static_cast<std::size_t>(q - attrLocal));
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     if (*q != '=') Fail("attribute '" + std::string(attr) + "' without '='");
     ++q;
-    while (q < end && IsBlank(*q)) ++q;
+    q = SkipBlanks(q, end, special);
     if (q == end) return false;
     char const quote = *q;
     if (quote != '"' && quote != '\'') Fail("an attribute value without quotes");
     char const* const v = ++q;
     bool plain = true;  // no reference, blank to normalise or '<'
-    for (; q < end && *q != quote; ++q) {
-      char const c = *q;
-      plain = plain && c != '&' && c != '<' && c != '\t' && c != '\n' && c != '\r';
+    for (;;) {
+      q = SkipClass(q, end, kValueByte);
+      if (q == end) return false;
+      if (*q == quote) break;
+      special = special || IsSpecial(*q);
+      plain = plain && (*q == '"' || *q == '\'' || (IsSpecial(*q) && *q != '\n'));
+      ++q;
     }
-    if (q == end) return false;
     std::string_view const raw(v, static_cast<std::size_t>(q - v));
     ++q;
     if (!plain && raw.find('<') != std::string_view::npos) Fail("'<' inside an attribute value");
     for (std::size_t i = 0; i < count; ++i) {
-      if (fnAttrs[i].name == attr) Fail("attribute '" + std::string(attr) + "' given twice");
+      if (fnAttrs[i].rawName == attr) Fail("attribute '" + std::string(attr) + "' given twice");
     }
     if (count == fnAttrs.size()) fnAttrs.emplace_back();
-    fnAttrs[count].name = attr;
-    if (plain) {
-      fnAttrs[count].value.assign(raw.data(), raw.size());
-    } else {
-      Decode(raw, fnAttrs[count].value, true);
-    }
+    Attr& a = fnAttrs[count];
+    a.rawName = attr;
+    a.name = attrName;
+    a.raw = raw;
+    a.plain = plain;
+    a.copied = false;
+    if (!plain) Decode(raw, a.decoded, true);
     ++count;
   }
-  Consume(start, q);
+  if (special) Consume(start, q);
   fnPos = q;
   fnNumAttrs = count;
   fnSeenRoot = true;
-  fnOpen.emplace_back(name);
-  fnName = Local(name);
+  fnOpenNames.append(name.data(), name.size());
+  fnOpenEnds.push_back(fnOpenNames.size());
+  fnName = localName;
   fnPendingEnd = empty;
   return true;
 }
@@ -352,16 +338,14 @@ bool XmlReader::TryEndTag(char const*& start) {
   if (q == end) return false;
   if (*q != '>' || name.empty()) Fail("an end tag without its name and '>'");
   ++q;
-  if (fnOpen.empty() || fnOpen.back() != name) {
+  if (fnOpenEnds.empty() || OpenName() != name) {
     Fail("end tag '" + std::string(name) + "' where " +
-         (fnOpen.empty() ? std::string("no element is open") : "'" + fnOpen.back() + "' is open"));
+         (fnOpenEnds.empty() ? std::string("no element is open")
+                             : "'" + std::string(OpenName()) + "' is open"));
   }
   Consume(start, q);
   fnPos = q;
-  fnEndName = std::move(fnOpen.back());
-  fnOpen.pop_back();
-  fnName = Local(fnEndName);
-  if (fnOpen.empty()) fnFinished = true;
+  CloseElement();
   return true;
 }
 
@@ -388,7 +372,7 @@ bool XmlReader::TryMarkup(char const*& start) {
     if (close == nullptr) return false;
     close += 3;
   } else if (is("<![CDATA[")) {
-    if (fnOpen.empty()) Fail("a CDATA section outside the document element");
+    if (fnOpenEnds.empty()) Fail("a CDATA section outside the document element");
     close = Find(start + 9, end, "]]>");
     if (close == nullptr) return false;
     fnText.assign(start + 9, close);
@@ -416,15 +400,29 @@ void XmlReader::ReadText() {
   fnText.clear();
   // Blanks up to the next tag, the usual case, cost one pass.
   std::size_t blanks = 0;  // from fnPos, which More may move
+  long feeds = 0;
   for (;;) {
     char const* q = fnPos + blanks;
-    while (q < fnEnd && (*q == ' ' || *q == '\n' || *q == '\t' || *q == '\r')) ++q;
+    while (q < fnEnd) {
+      if (*q == ' ') {
+        // Indentation: eight spaces at a time.
+        std::uint64_t const spaces = 0x2020202020202020ull;
+        std::uint64_t w = 0;
+        while (fnEnd - q >= 8 && (std::memcpy(&w, q, 8), w == spaces)) q += 8;
+        while (q < fnEnd && *q == ' ') ++q;
+      } else if (IsBlank(*q)) {
+        feeds += *q == '\n';
+        ++q;
+      } else {
+        break;
+      }
+    }
     blanks = static_cast<std::size_t>(q - fnPos);
     if (q < fnEnd || !More(fnPos)) break;
   }
   char const* const p = fnPos + blanks;
   if (p == fnEnd || *p == '<') {
-    Consume(fnPos, p);
+    fnLine += feeds;  // blanks are all Consume would look at
     fnPos = p;
     return;
   }
@@ -437,7 +435,7 @@ void XmlReader::ReadText() {
   std::string_view const raw(fnPos, static_cast<std::size_t>(end - fnPos));
   Consume(fnPos, end);
   fnPos = end;
-  if (fnOpen.empty()) {
+  if (fnOpenEnds.empty()) {
     if (!fnSeenRoot) throw PmmlError("not an XML document: it holds no element", 0);
     Fail("text after the document element");
   }

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,20 +37,30 @@ class XmlReader {
   // Valid until the next call of Next.
   std::string_view Name() const { return fnName; }
   // Of the current kStart: the value of the attribute called `name`
-  // (without prefix), references replaced; null when there is none. Valid
-  // until the next call of Next.
+  // (without prefix), references replaced; nothing when there is none.
+  // Valid until the next call of Next.
+  std::optional<std::string_view> Value(std::string_view name) const;
+  // The same value as a string; null when there is none.
   std::string const* Attribute(std::string_view name) const;
   // Of the current kText: the text, references replaced.
   std::string const& Text() const { return fnText; }
   // The line where the current event starts (1 for the first line).
   long Line() const { return fnEventLine; }
   // How deep the current element is (1 for the document element).
-  std::size_t Depth() const { return fnOpen.size(); }
+  std::size_t Depth() const { return fnOpenEnds.size(); }
 
  private:
+  // An attribute of the current start tag. A value without references or
+  // blanks to normalise stays a view into the window; others are decoded.
   struct Attr {
-    std::string_view name;
-    std::string value;
+    std::string_view rawName;
+    std::string_view name;  // without its prefix
+    std::string_view raw;
+    bool plain = true;
+    std::string decoded;       // when not plain
+    mutable std::string copy;  // for Attribute, made when asked
+    mutable bool copied = false;
+    std::string_view View() const { return plain ? raw : std::string_view(decoded); }
   };
 
   // The window [fnPos, fnEnd) of unread input. More moves the unread bytes
@@ -64,6 +75,10 @@ class XmlReader {
   void Consume(char const* from, char const* to);
   [[noreturn]] void Fail(std::string const& what) const;
   void FailByte(unsigned char c) const;
+
+  // The raw name of the innermost open element.
+  std::string_view OpenName() const;
+  void CloseElement();
 
   bool TryStartTag(char const*& p);
   bool TryEndTag(char const*& p);
@@ -85,11 +100,13 @@ class XmlReader {
   bool fnSeenRoot = false;
   bool fnFinished = false;
   std::string_view fnName;
-  std::string fnEndName;  // an empty element's name, for its kEnd
   std::vector<Attr> fnAttrs;
   std::size_t fnNumAttrs = 0;
   std::string fnText;
-  std::vector<std::string> fnOpen;  // raw names of the open elements
+  // Raw names of the open elements, one after another, and where each ends.
+  std::string fnOpenNames;
+  std::vector<std::size_t> fnOpenEnds;
+  bool fnTrim = false;  // the last closed element's name is still in fnOpenNames
 };
 
 }  // namespace refhost::pmml

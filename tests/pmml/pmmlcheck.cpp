@@ -11,6 +11,8 @@
 #include "scoring/rulefactory.h"
 #include "sqliterecords.h"
 
+#include <gtest/gtest.h>
+
 namespace pmmltest {
 namespace {
 
@@ -92,18 +94,9 @@ std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
       continue;
     }
     if (selected != through[node]) {
-      std::string ids;
-      std::vector<int> const& want = through[node];
-      for (int r : selected) {
-        if (!std::binary_search(want.begin(), want.end(), r)) ids += " +" + std::to_string(r);
-      }
-      for (int r : want) {
-        if (!std::binary_search(selected.begin(), selected.end(), r)) {
-          ids += " -" + std::to_string(r);
-        }
-      }
-      faults.push_back("node " + std::to_string(node) + " selects records" + ids + ":\n" +
-                       statement);
+      faults.push_back("node " + std::to_string(node) + " selects records " +
+                       ::testing::PrintToString(selected) + ", its records are " +
+                       ::testing::PrintToString(through[node]) + ":\n" + statement);
     }
   }
   return faults;

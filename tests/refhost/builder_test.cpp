@@ -112,15 +112,8 @@ TEST(ModelBuilder, MakesSplitsAndStatisticsAsDescribed) {
   b.Node(1).SplitNominal(region, {{"east", "north"}, {"south"}}).Children({4, 5});
   b.Node(4).Predict(2, {0.25, 0.75});
   refhost::Model const m = b.Build();
-  auto const* ordinal = dynamic_cast<refhost::OrdinalSplit const*>(m.Root()->GetPrimary());
-  ASSERT_NE(ordinal, nullptr);
-  EXPECT_EQ(ordinal->GetMissingValueMapping(), 2);
-  auto const& ranges = ordinal->GetRanges();  // (-inf, 30], (30, 60], (60, +inf)
-  ASSERT_EQ(ranges.size(), 3u);
-  EXPECT_TRUE(!ranges[0].hasLower && !ranges[0].upperOpen && ranges[0].upper == 30.0);
-  EXPECT_TRUE(ranges[1].lowerOpen && ranges[1].lower == 30.0 && !ranges[1].upperOpen);
-  EXPECT_TRUE(ranges[2].hasLower && ranges[2].lowerOpen && !ranges[2].hasUpper);
-
+  // Where the ranges send records is the routing test's; here, the mapping.
+  EXPECT_EQ(m.Root()->GetPrimary()->GetMissingValueMapping(), 2);
   std::unique_ptr<tree_800::SplitRule> nominal(m.Find(1)->GetSplitRule(0));
   EXPECT_EQ(nominal->GetPredictorIndex(), region);
   EXPECT_EQ(nominal->GetMissingValueMapping(), -1);

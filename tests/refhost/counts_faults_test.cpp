@@ -56,27 +56,6 @@ TEST(ObjectCounts, EveryObtainedObjectIsCountedUntilDeleted) {
   EXPECT_EQ(LiveObjects(), before) << refhost::LiveObjectsReport();
 }
 
-TEST(ObjectCounts, CopiesAreCountedPerKind) {
-  mdt_800::DiscreteValues values;
-  values.AddItem(mdt_800::EncodingItem(mdt_800::Variant(1.0), true));
-  mdt_800::EncodingSets sets;
-  sets.AddEncodingSet(values);
-  sets.AddEncodingSet(values);
-  long const setBefore = LiveObjects(ObjectKind::kEncodingSet);
-  long const itemBefore = LiveObjects(ObjectKind::kEncodingItem);
-  long const variantBefore = LiveObjects(ObjectKind::kVariant);
-  {
-    mdt_800::EncodingSets const copy(sets);
-    EXPECT_EQ(LiveObjects(ObjectKind::kEncodingSet), setBefore + 2);
-    EXPECT_EQ(LiveObjects(ObjectKind::kEncodingItem), itemBefore + 2);
-    EXPECT_EQ(LiveObjects(ObjectKind::kVariant), variantBefore + 2);
-    mdt_800::EncodingSets moved(std::move(sets));
-    EXPECT_EQ(LiveObjects(ObjectKind::kEncodingSet), setBefore + 2);
-  }
-  EXPECT_EQ(LiveObjects(ObjectKind::kEncodingSet), setBefore - 2);  // moved-from list is empty
-  EXPECT_NE(refhost::LiveObjectsReport().find("EncodingSet="), std::string::npos);
-}
-
 // Each checked operation, called once per invocation.
 struct Operation {
   char const* name;
