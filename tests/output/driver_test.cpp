@@ -218,8 +218,8 @@ TEST(ExportRules, DeepChainsTakeTimeLinearInTheirDepth) {
   };
   std::string text;
   auto run = [&](refhost::Model const& model, unsigned int levels, int dialect) {
-    double best = 1e9;  // of two runs, for a busy machine
-    for (int round = 0; round < 2; ++round) {
+    double best = 1e9;  // of three runs, for a busy machine
+    for (int round = 0; round < 3; ++round) {
       auto const start = std::chrono::steady_clock::now();
       RulesOutputAdapter const adapter(&model.GetTree(), &model.GetMetadata());
       text = Export(adapter, Options(dialect, 0), Select(model, {2 * levels}));
@@ -238,7 +238,7 @@ TEST(ExportRules, DeepChainsTakeTimeLinearInTheirDepth) {
     misplaced += std::strtoul(text.c_str() + at + 2, nullptr, 10) != edges++;
   EXPECT_EQ(edges, 10 * depth);
   EXPECT_EQ(misplaced, 0u);
-  EXPECT_LT(deepTime, 30 * shallowTime + 0.05) << shallowTime << " s, then " << deepTime << " s";
+  EXPECT_LT(deepTime, 40 * shallowTime + 0.1) << shallowTime << " s, then " << deepTime << " s";
 }
 
 }  // namespace
