@@ -165,15 +165,10 @@ std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model 
   auto const& variables = model.GetMetadata().GetVariables();
   std::vector<testsupport::Column> columns;
   for (auto const& variable : variables) {
-    std::string name = variable.GetName();
-    if (name[0] == '"') {
-      name = name.substr(1, name.size() - 2);
-    } else {
-      for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
     bool const isText =
         variable.GetStorageType() == mdt_800::Variable::STORAGE_STRING || variable.IsDate();
-    columns.push_back({name, isText ? testsupport::Column::kText : testsupport::Column::kDouble});
+    columns.push_back(
+        {variable.GetName(), isText ? testsupport::Column::kText : testsupport::Column::kDouble});
   }
   std::vector<testsupport::Row> rows;
   for (auto const& record : records) {

@@ -47,9 +47,8 @@ std::vector<Outcome> HostOutcomes(refhost::Model const& model, Records const& re
 
 // Loads `records` as the table "records" of `engine`, runs `text` there (with
 // "records" in place of "<TABLE>"; an UPDATE script when `update`, after the
-// three columns are added) and reads every record's answer. Columns are named
-// as the text writes the model's variables: a quoted name as it stands, a
-// bare one in lower case, as PostgreSQL folds it.
+// three columns are added) and reads every record's answer. The models'
+// variable names are lower case, as PostgreSQL folds bare names.
 std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model const& model,
                                     Records const& records, std::string text, bool update);
 
