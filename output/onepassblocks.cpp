@@ -153,6 +153,15 @@ std::string VeldLine(std::string const& command) { return WrapString(command, kV
 
 std::string VeldDefinite(std::string const& condition) { return "MAX(" + condition + ", 0)"; }
 
+std::string JoinedBy(std::vector<std::string> const& parts, std::string const& connector) {
+  std::string text;
+  for (std::string const& part : parts) {
+    if (!text.empty()) text += connector;
+    text += part;
+  }
+  return text;
+}
+
 std::string OnePassBlocks(OnePassPlan const& plan) { return BlockWriter(plan).Write(); }
 
 }  // namespace TreeOut_800

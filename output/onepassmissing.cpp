@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "output/onepassplan.h"
+#include "output/onepasstext.h"
 #include "ruletext/exportutil.h"
 #include "ruletext/ruleconnectorand.h"
 #include "ruletext/ruleconnectoreq.h"
@@ -20,15 +21,6 @@
 
 namespace TreeOut_800 {
 namespace {
-
-std::string Join(std::vector<std::string> const& parts, std::string const& connector) {
-  std::string text;
-  for (std::string const& part : parts) {
-    if (!text.empty()) text += connector;
-    text += part;
-  }
-  return text;
-}
 
 // The test that a value has no content, in the dialect's words. VELD has no
 // system-missing string: an absent string is blank.
@@ -71,7 +63,7 @@ std::string InSet(RuleExportManager const& manager, mdt_800::Variable const& var
     }
     // A range without ends holds every value.
     if (tests.empty()) return "(1" + RuleConnectorEQ::Export(options) + "1)";
-    std::string text = Join(tests, RuleConnectorAND::Export(options));
+    std::string text = JoinedBy(tests, RuleConnectorAND::Export(options));
     ExportUtil::WrapExpression(text, ExportUtil::CH_BRACKETS, 1);
     return text;
   }
@@ -80,7 +72,7 @@ std::string InSet(RuleExportManager const& manager, mdt_800::Variable const& var
     tests.push_back(manager.ExportVariableValuePair(
         variable, options, RuleConnectorEQ::Export(options), item.GetValue(), PREFIX_VALUE));
   }
-  return Join(tests, RuleConnectorOR::Export(options));
+  return JoinedBy(tests, RuleConnectorOR::Export(options));
 }
 
 }  // namespace
@@ -107,13 +99,13 @@ std::string MissingValueCondition(RuleExportManager const& manager,
         }
       }
       if (!known.empty()) {
-        std::string unknown = Join(known, RuleConnectorOR::Export(options));
+        std::string unknown = JoinedBy(known, RuleConnectorOR::Export(options));
         ExportUtil::WrapExpression(unknown, ExportUtil::CH_BRACKETS, 1);
         tests.push_back(RulesStr[RS_LOGICAL_NOT] + (" " + unknown));
       }
     }
   }
-  std::string text = Join(tests, RuleConnectorOR::Export(options));
+  std::string text = JoinedBy(tests, RuleConnectorOR::Export(options));
   ExportUtil::WrapExpression(text, ExportUtil::CH_BRACKETS, 1);
   return text;
 }

@@ -16,15 +16,6 @@
 namespace TreeOut_800 {
 namespace {
 
-std::string Join(std::vector<std::string> const& parts, std::string const& connector) {
-  std::string text;
-  for (std::string const& part : parts) {
-    if (!text.empty()) text += connector;
-    text += part;
-  }
-  return text;
-}
-
 // One statement for node `index`: `conditions` select its records; `none`
 // says whether they get no prediction.
 std::string Statement(OnePassPlan const& plan, std::size_t index,
@@ -35,7 +26,7 @@ std::string Statement(OnePassPlan const& plan, std::size_t index,
   std::string const prediction =
       none || entry.prediction.empty() ? plan.NoPrediction() : entry.prediction;
   std::string const probability = none ? plan.NoProbability() : entry.probability;
-  std::string const where = Join(conditions, RuleConnectorAND::Export(options));
+  std::string const where = JoinedBy(conditions, RuleConnectorAND::Export(options));
   switch (options.fnDialect) {
     case DIALECT_SQL: {
       std::string text = "UPDATE <TABLE>\n\tSET nod_001 = " + number + ",\tpre_001 = " + prediction;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "host/node.h"
 #include "output/onepassplan.h"
@@ -32,5 +33,8 @@ std::string VeldLine(std::string const& command);
 // "MAX(condition, 0)": true where the condition is, false where it is false
 // or missing, so that a VELD block never meets a missing condition.
 std::string VeldDefinite(std::string const& condition);
+
+// `parts` with `connector` between each two.
+std::string JoinedBy(std::vector<std::string> const& parts, std::string const& connector);
 
 }  // namespace TreeOut_800

@@ -2,8 +2,6 @@
 // DOT that Graphviz reads, SVG with a box per node, VELD names that the
 // interpreter takes (with a note per renamed field) and whole scripts that
 // declare what they assign.
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <regex>
@@ -19,90 +17,54 @@ namespace {
 
 using e2e::Treeout;
 
-struct ModelCase {
-  char const* name;
-  std::string model;
+class Model : public testing::TestWithParam<char const*> {
+ protected:
+  std::string Path() const {
+    std::string const name = GetParam();
+    return name.find('.') != std::string::npos ? e2e::Example(name)
+           : name == "AuditTree"               ? e2e::TestData("external/AuditTree.xml")
+                                               : e2e::TestData("trained/" + name + "/model.pmml");
+  }
 };
 
-// The test log names a case by its name, not by its bytes.
-void PrintTo(ModelCase const& c, std::ostream* out) { *out << c.name; }
-
-std::vector<ModelCase> const kModels{
-    {"Credit", e2e::Example("credit.pmml")},
-    {"Airline", e2e::Example("airline.pmml")},
-    {"CuSummary", e2e::TestData("trained/rpart_cu_class/model.pmml")},
-    {"AirQuality", e2e::TestData("trained/rpart_airq_reg_code99/model.pmml")},
-    {"Wine", e2e::TestData("trained/sk_wine_class/model.pmml")},
-    {"Audit", e2e::TestData("external/AuditTree.xml")},
-};
-
-std::string ModelName(testing::TestParamInfo<ModelCase> const& info) { return info.param.name; }
-
-bool HaveDot() { return std::system("dot -V >/dev/null 2>&1") == 0; }
-
-// The node count from the outline's title line ("model x, 17 nodes").
-std::size_t NodeCount(std::string const& model) {
+// DOT with a box per node and an edge per child, which Graphviz reads; SVG
+// with a group per node and per edge.
+TEST_P(Model, DotThatGraphvizReadsAndSvgWithEveryNode) {
+  std::string const model = Path();
   e2e::Run const show = Treeout({"show", model});
-  std::smatch match;
-  std::string const first = show.out.substr(0, show.out.find('\n'));
-  EXPECT_TRUE(std::regex_search(first, match, std::regex(", ([0-9]+) nodes$"))) << first;
-  return match.empty() ? 0 : std::stoul(match[1]);
-}
-
-class Picture : public testing::TestWithParam<ModelCase> {};
-
-TEST_P(Picture, DotThatGraphvizReadsAndSvgWithEveryNode) {
-  std::string const& model = GetParam().model;
+  std::smatch match;  // the title line: "model x, 17 nodes"
+  std::string const title = show.out.substr(0, show.out.find('\n'));
+  ASSERT_TRUE(std::regex_search(title, match, std::regex(", ([0-9]+) nodes$"))) << title;
+  long const nodes = std::stol(match[1]);
   e2e::Run const dot = Treeout({"show", model, "--dot"});
   ASSERT_EQ(dot.status, 0) << dot.err;
-  std::size_t const nodes = NodeCount(model);
-  // One box statement per node, one edge per child at least.
-  EXPECT_EQ(
-      static_cast<std::size_t>(std::count(dot.out.begin(), dot.out.end(), '[')) >= 2 * nodes - 1,
-      true);
-  if (!HaveDot()) GTEST_SKIP() << "Graphviz's dot is not installed: DOT and SVG not drawn";
-  std::string const dotFile = e2e::WriteFile(GetParam().name + std::string(".dot"), dot.out);
+  EXPECT_GE(std::count(dot.out.begin(), dot.out.end(), '['), 2 * nodes - 1);
+  if (std::system("dot -V >/dev/null 2>&1") != 0) GTEST_SKIP() << "Graphviz's dot is missing";
+  std::string const dotFile = e2e::WriteFile(GetParam() + std::string(".dot"), dot.out);
   EXPECT_EQ(std::system(("dot -Tcanon " + dotFile + " >/dev/null").c_str()), 0);
   e2e::Run const svg = Treeout({"show", model, "--svg"});
   ASSERT_EQ(svg.status, 0) << svg.err;
   pugi::xml_document document;
   ASSERT_TRUE(document.load_string(svg.out.c_str())) << svg.out.substr(0, 300);
-  EXPECT_EQ(document.select_nodes("//*[local-name()='g'][@class='node']").size(), nodes);
-  EXPECT_EQ(document.select_nodes("//*[local-name()='g'][@class='edge']").size() >= nodes - 1,
-            true);
-}
-
-INSTANTIATE_TEST_SUITE_P(Models, Picture, testing::ValuesIn(kModels), ModelName);
-
-// Without Graphviz on the search path, --svg says so and fails.
-TEST(PictureWithoutGraphviz, SaysDotIsMissing) {
-  std::string const empty = e2e::ScratchDir() + "/nopath";
-  ::setenv("PATH_BEFORE", std::getenv("PATH"), 1);
-  ::setenv("PATH", empty.c_str(), 1);
-  e2e::Run const svg = Treeout({"show", "--svg"});
-  ::setenv("PATH", std::getenv("PATH_BEFORE"), 1);
-  EXPECT_EQ(svg.status, 1);
-  EXPECT_EQ(svg.err.rfind("treeout: --svg needs Graphviz's dot program, which is not installed", 0),
-            0u)
-      << svg.err;
+  EXPECT_EQ(document.select_nodes("//*[local-name()='g'][@class='node']").size(),
+            static_cast<std::size_t>(nodes));
+  EXPECT_GE(document.select_nodes("//*[local-name()='g'][@class='edge']").size() + 1,
+            static_cast<std::size_t>(nodes));
 }
 
 // A VELD script names every field by a valid variable name and says once per
-// field which it renamed (the engine table runs the scripts in PSPP); one
+// field which it renamed (the engine checks run the scripts in PSPP); one
 // node's statement is no whole script and declares nothing.
-TEST_P(Picture, VeldNamesAndDeclarations) {
-  std::string const& model = GetParam().model;
+TEST_P(Model, VeldNamesAndDeclarations) {
+  std::string const model = Path();
   e2e::Run const script = Treeout({"rules", model, "--dialect", "veld", "--update"});
   ASSERT_EQ(script.status, 0) << script.err;
   std::regex const note("treeout: note: field '([^']*)' is written as (\\S+) in VELD\n");
-  std::vector<std::pair<std::string, std::string>> renamed;
-  for (std::sregex_iterator it(script.err.begin(), script.err.end(), note), end; it != end; ++it)
-    renamed.emplace_back((*it)[1], (*it)[2]);
-  EXPECT_EQ(std::regex_replace(script.err, note, ""), "");  // nothing but notes
-  for (auto const& [from, to] : renamed) {
-    EXPECT_EQ(script.out.find(from), std::string::npos) << from;
-    EXPECT_NE(script.out.find(to), std::string::npos) << to;
+  for (std::sregex_iterator it(script.err.begin(), script.err.end(), note), end; it != end; ++it) {
+    EXPECT_EQ(script.out.find((*it)[1]), std::string::npos) << (*it)[1];
+    EXPECT_NE(script.out.find((*it)[2]), std::string::npos) << (*it)[2];
   }
+  EXPECT_EQ(std::regex_replace(script.err, note, ""), "");  // nothing but notes
   std::string const outline = Treeout({"show", model}).out;
   std::size_t const root = outline.find('\n') + 1;
   std::string const rootId = outline.substr(root, outline.find(' ', root) - root);
@@ -110,6 +72,26 @@ TEST_P(Picture, VeldNamesAndDeclarations) {
       Treeout({"rules", model, "--dialect", "veld", "--update", "--nodes", rootId});
   EXPECT_EQ(one.status, 0) << one.err;
   EXPECT_EQ(one.out.rfind("DO IF", 0), 0u) << one.out;
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, Model,
+                         testing::Values("credit.pmml", "airline.pmml", "rpart_cu_class",
+                                         "rpart_airq_reg_code99", "sk_wine_class", "AuditTree"),
+                         [](testing::TestParamInfo<char const*> const& info) {
+                           std::string name = info.param;
+                           return name.substr(0, name.find('.'));
+                         });
+
+// Without Graphviz on the search path, --svg says so and fails.
+TEST(PictureWithoutGraphviz, SaysDotIsMissing) {
+  std::string const path = std::getenv("PATH");
+  ::setenv("PATH", (e2e::ScratchDir() + "/nopath").c_str(), 1);
+  e2e::Run const svg = Treeout({"show", "--svg"});
+  ::setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(svg.status, 1);
+  EXPECT_EQ(svg.err.rfind("treeout: --svg needs Graphviz's dot program, which is not installed", 0),
+            0u)
+      << svg.err;
 }
 
 // The renaming rule on the names of scikit-learn's sample data.

@@ -18,52 +18,52 @@ namespace {
 using enginecheck::ModelFiles;
 using testsupport::EngineKind;
 
-ModelFiles const kModels[] = {
+ModelFiles Trained(std::string const& name, bool onePassOnly = false) {
+  return {name, "trained/" + name + "/model.pmml", "trained/" + name + "/data.csv", onePassOnly};
+}
+ModelFiles Probed(std::string const& name) {
+  return {name, "pmml/" + name + ".pmml", "../engines/data/" + name + ".csv"};
+}
+
+// Names and values that SQL must quote or escape (data/README.md describes
+// the model), in a table named "order lines", with the default quoting and
+// with --quote-names always; the update script creates its own columns.
+ModelFiles Hostile(std::string const& quoting) {
+  return {"hostile_names_" + quoting, "../engines/data/hostile_names.pmml",
+          "../engines/data/hostile_names.csv", false,
+          enginecheck::Options{"order lines", {"--quote-names", quoting}, true}};
+}
+
+std::vector<ModelFiles> const kModels{
     {"AuditTree", "external/AuditTree.xml", "external/Audit.csv"},
     {"single_audit_dectree", "external/single_audit_dectree.xml", "external/Audit.csv"},
     {"IrisTree", "external/IrisTree.xml", "external/Iris.csv"},
     {"single_iris_dectree", "external/single_iris_dectree.xml", "external/Iris.csv"},
-    {"rpart_cu_class", "trained/rpart_cu_class/model.pmml", "trained/rpart_cu_class/data.csv"},
-    {"rpart_airq_reg_code99", "trained/rpart_airq_reg_code99/model.pmml",
-     "trained/rpart_airq_reg_code99/data.csv"},
-    {"rpart_solder_class", "trained/rpart_solder_class/model.pmml",
-     "trained/rpart_solder_class/data.csv"},
-    {"sk_wine_class", "trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv"},
     {"credit_example", "../../examples/credit.pmml", "../../examples/credit.csv"},
     {"airline_example", "../../examples/airline.pmml", "../../examples/airline.csv"},
-    {"boolean", "pmml/boolean.pmml", "../engines/data/boolean.csv"},
-    {"cast", "pmml/cast.pmml", "../engines/data/cast.csv"},
-    {"compound", "pmml/compound.pmml", "../engines/data/compound.csv"},
-    {"date_target", "pmml/date_target.pmml", "../engines/data/date_target.csv"},
-    {"surrogates", "pmml/surrogates.pmml", "../engines/data/surrogates.csv"},
-    {"aggregate", "pmml/aggregate.pmml", "../engines/data/aggregate.csv"},
-    {"weighted", "pmml/weighted.pmml", "../engines/data/weighted.csv"},
-    {"sk_synth_deep_class", "trained/sk_synth_deep_class/model.pmml",
-     "trained/sk_synth_deep_class/data.csv", true},
+    Trained("rpart_cu_class"),
+    Trained("rpart_airq_reg_code99"),
+    Trained("rpart_solder_class"),
+    Trained("sk_wine_class"),
+    Trained("sk_synth_deep_class", true),
+    Probed("boolean"),
+    Probed("cast"),
+    Probed("compound"),
+    Probed("date_target"),
+    Probed("surrogates"),
+    Probed("aggregate"),
+    Probed("weighted"),
+    Hostile("needed"),
+    Hostile("always"),
 };
 
 class Corpus : public testing::TestWithParam<std::tuple<ModelFiles, EngineKind>> {};
 
 TEST_P(Corpus, LeafSelectionsUpdateScriptAndOnePass) {
-  auto const& [files, kind] = GetParam();
-  testsupport::Engine* engine = testsupport::EngineForTest(kind);
+  testsupport::Engine* engine = testsupport::EngineForTest(std::get<1>(GetParam()));
   if (engine == nullptr) return;
-  enginecheck::Model const& model = enginecheck::Prepared(files, {});
-  enginecheck::CheckLeafSelections(*engine, model);
-  enginecheck::CheckUpdateScript(*engine, model);
-  enginecheck::CheckOnePass(*engine, model);
+  enginecheck::CheckSql(*engine, enginecheck::Prepared(std::get<0>(GetParam())));
 }
-
-class CorpusVeld : public testing::TestWithParam<ModelFiles> {};
-
-TEST_P(CorpusVeld, UpdateScriptAndOnePassInPspp) {
-  enginecheck::CheckVeldScripts(enginecheck::Prepared(GetParam(), {}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Models, CorpusVeld, testing::ValuesIn(kModels),
-                         [](testing::TestParamInfo<ModelFiles> const& info) {
-                           return std::string(info.param.name);
-                         });
 
 INSTANTIATE_TEST_SUITE_P(Models, Corpus,
                          testing::Combine(testing::ValuesIn(kModels),
@@ -71,8 +71,22 @@ INSTANTIATE_TEST_SUITE_P(Models, Corpus,
                                                           EngineKind::kPostgres,
                                                           EngineKind::kDuckdb)),
                          [](testing::TestParamInfo<Corpus::ParamType> const& info) {
-                           return std::string(std::get<0>(info.param).name) + "_" +
+                           return std::get<0>(info.param).name + "_" +
                                   testsupport::EngineKindName(std::get<1>(info.param));
+                         });
+
+// VELD over the models as the tool writes them by default. (Not the hostile
+// names: VELD writes the low value as -1.797e307, so the records that model
+// holds just above a cut at the low value fall below it.)
+class CorpusVeld : public testing::TestWithParam<ModelFiles> {};
+
+TEST_P(CorpusVeld, UpdateScriptAndOnePassInPspp) {
+  enginecheck::CheckVeldScripts(enginecheck::Prepared(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, CorpusVeld, testing::ValuesIn(kModels.begin(), kModels.end() - 2),
+                         [](testing::TestParamInfo<ModelFiles> const& info) {
+                           return info.param.name;
                          });
 
 }  // namespace

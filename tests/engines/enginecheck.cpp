@@ -4,15 +4,12 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 
+#include "../e2e/program.h"
 #include "../support/psppscript.h"
-#include "cli/csvreader.h"
 #include "cli/recordreader.h"
 #include "cli/sqlnames.h"
 #include "host/format.h"
@@ -27,38 +24,11 @@ using testsupport::Column;
 using testsupport::Engine;
 using testsupport::Row;
 
-std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
-
-std::string ShellQuoted(std::string const& text) {
-  std::string quoted = "'";
-  for (char const c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
 // The standard output of `treeout ARGS`, which must exit 0.
 std::string Tool(std::vector<std::string> const& args) {
-  std::string command = ShellQuoted(TREEOUT_PROGRAM);
-  for (std::string const& arg : args) command += " " + ShellQuoted(arg);
-  struct Close {
-    void operator()(FILE* f) const { pclose(f); }
-  };
-  FILE* raw = popen(command.c_str(), "r");
-  if (raw == nullptr) throw std::runtime_error("cannot run " + command);
-  std::unique_ptr<FILE, Close> pipe(raw);
-  std::string out;
-  char chunk[65536];
-  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, raw)) > 0;) out.append(chunk, n);
-  int const status = pclose(pipe.release());
-  if (status != 0)
-    throw std::runtime_error("exit status " + std::to_string(status) + ": " + command);
-  return out;
-}
-
-std::vector<std::vector<std::string>> CsvRows(std::istream& in) {
-  treeout_cli::CsvReader csv(in);
-  std::vector<std::vector<std::string>> rows;
-  for (std::vector<std::string> fields; csv.Next(&fields);) rows.push_back(fields);
-  return rows;
+  e2e::Run const run = e2e::Treeout(args);
+  if (run.status != 0) throw std::runtime_error("treeout " + args.at(0) + ": " + run.err);
+  return run.out;
 }
 
 Cell CellOf(mdt_800::Variant const& value, bool date) {
@@ -89,11 +59,12 @@ bool SixDecimals(std::string const& script) {
   return false;
 }
 
-Model Make(ModelFiles const& files, Options const& options) {
+Model Make(ModelFiles const& files) {
+  Options const& options = files.options;
   Model model;
   model.name = files.name;
   model.options = options;
-  std::string const modelPath = Data(files.model), dataPath = Data(files.data);
+  std::string const modelPath = e2e::TestData(files.model), dataPath = e2e::TestData(files.data);
   std::vector<mdt_800::Variable> variables;
   {
     refhost::PmmlModel const pmml = refhost::LoadPmmlFile(modelPath);
@@ -102,32 +73,25 @@ Model Make(ModelFiles const& files, Options const& options) {
     model.textPrediction = pmml.Target().kind != refhost::PmmlField::kNumber;
     model.blends = !pmml.TextLimit().empty();
     model.modelPath = modelPath;
-    std::vector<tree_800::Node const*> stack{m.Root()};
-    while (!stack.empty()) {
-      tree_800::Node const* node = stack.back();
-      stack.pop_back();
+    model.dataPath = dataPath;
+    for (tree_800::PrefixNodeIterator it(m.Root()); it.HasMore();) {
+      tree_800::Node const* node = it.Next();
       if (node->GetNumChildren() == 0) model.leaves.push_back(pmml.PmmlId(node->GetId()));
-      for (int i = node->GetNumChildren() - 1; i >= 0; --i) stack.push_back(node->GetChild(i));
     }
-    std::ifstream in(dataPath, std::ios::binary);
-    std::vector<std::vector<std::string>> const csv = CsvRows(in);
+    std::vector<std::vector<std::string>> const csv = e2e::ParseCsv(e2e::ReadFile(dataPath));
     if (csv.empty()) throw std::runtime_error("no header in " + dataPath);
     treeout_cli::RecordReader const reader(pmml, csv[0]);
     for (std::size_t r = 1; r < csv.size(); ++r) {
       refhost::Record const record = reader.Make(csv[r], static_cast<int>(r));
       Row row;
-      Row values;
-      for (std::size_t i = 0; i < variables.size(); ++i) {
+      for (std::size_t i = 0; i < variables.size(); ++i)
         row.push_back(CellOf(record[i + 1], variables[i].IsDate()));
-        values.push_back(CellOf(record[i + 1], false));
-      }
       model.rows.push_back(std::move(row));
-      model.records.push_back(std::move(values));
     }
   }
 
-  std::istringstream scores(Tool({"score", modelPath, dataPath}));
-  std::vector<std::vector<std::string>> const scored = CsvRows(scores);
+  std::vector<std::vector<std::string>> const scored =
+      e2e::ParseCsv(Tool({"score", modelPath, dataPath}));
   model.classification = !scored.empty() && scored[0].size() == 3;
   for (std::size_t r = 1; r < scored.size(); ++r) {
     std::vector<std::string> const& f = scored[r];
@@ -135,33 +99,26 @@ Model Make(ModelFiles const& files, Options const& options) {
   }
   if (model.scores.size() != model.rows.size()) throw std::runtime_error("a score per record");
 
-  std::vector<std::string> rules{"rules", modelPath, "--dialect", "sql", "--table", options.table};
-  rules.insert(rules.end(), options.flags.begin(), options.flags.end());
+  // `treeout rules --dialect sql` with the model's options and `more`.
+  auto const sql = [&](std::vector<std::string> const& more) {
+    std::vector<std::string> args{"rules", modelPath, "--dialect", "sql", "--table", options.table};
+    for (auto const* list : {&options.flags, &more})
+      args.insert(args.end(), list->begin(), list->end());
+    if (options.addColumns && more.back() == "--update") args.push_back("--add-columns");
+    return Tool(args);
+  };
   std::string allText;
-  for (std::string const& leaf : model.leaves) {
-    if (files.onePassOnly) break;
-    std::vector<std::string> args = rules;
-    args.insert(args.end(), {"--nodes", leaf});
-    model.selections.push_back(Tool(args));
+  for (std::size_t l = 0; l < model.leaves.size() && !files.onePassOnly; ++l) {
+    model.selections.push_back(sql({"--nodes", model.leaves[l]}));
     allText += model.selections.back();
   }
-  std::vector<std::string> onePass = rules;
-  onePass.push_back("--one-pass");
-  model.onePass = Tool(onePass);
-  std::vector<std::string> unstaged = onePass;
-  unstaged.insert(unstaged.end(), {"--stage-depth", "none"});
-  model.onePassUnstaged = Tool(unstaged);
-  rules.push_back("--update");
-  onePass.push_back("--update");
-  if (options.addColumns) {
-    rules.push_back("--add-columns");
-    onePass.push_back("--add-columns");
-  }
+  model.onePass = sql({"--one-pass"});
+  model.onePassUnstaged = sql({"--one-pass", "--stage-depth", "none"});
+  model.onePassUpdate = sql({"--one-pass", "--update"});
   if (!files.onePassOnly) {
-    model.update = Tool(rules);
+    model.update = sql({"--update"});
     model.veldUpdate = Tool({"rules", modelPath, "--dialect", "veld", "--update"});
   }
-  model.onePassUpdate = Tool(onePass);
   model.sixDecimals = SixDecimals(model.update);
   allText += model.update + model.onePass;
   model.veldOnePass = Tool({"rules", modelPath, "--dialect", "veld", "--one-pass"});
@@ -287,18 +244,6 @@ std::string Missing(std::vector<long> const& a, std::vector<long> const& b) {
   return text + (lacking.size() > 10 ? " ..." : "");
 }
 
-}  // namespace
-
-Model const& Prepared(ModelFiles const& files, Options const& options) {
-  static std::map<std::string, Model> made;
-  std::string key =
-      std::string(files.name) + "|" + options.table + "|" + (options.addColumns ? "add" : "");
-  for (std::string const& flag : options.flags) key += "|" + flag;
-  auto found = made.find(key);
-  if (found == made.end()) found = made.emplace(key, Make(files, options)).first;
-  return found->second;
-}
-
 void CheckLeafSelections(Engine& engine, Model const& model) {
   engine.Load(model.options.table, model.columns, model.rows);
   for (std::size_t l = 0; l < model.selections.size(); ++l) {
@@ -319,12 +264,19 @@ void CheckLeafSelections(Engine& engine, Model const& model) {
   }
 }
 
-void CheckUpdateScript(Engine& engine, Model const& model) {
-  if (model.update.empty()) return;
-  CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
+}  // namespace
+
+Model const& Prepared(ModelFiles const& files) {
+  static std::map<std::string, Model> made;
+  auto found = made.find(files.name);
+  if (found == made.end()) found = made.emplace(files.name, Make(files)).first;
+  return found->second;
 }
 
-void CheckOnePass(Engine& engine, Model const& model) {
+void CheckSql(Engine& engine, Model const& model) {
+  CheckLeafSelections(engine, model);
+  if (!model.update.empty())
+    CheckUpdate(engine, model, model.update, model.sixDecimals, engine.Name() + " update script");
   CheckUpdate(engine, model, model.onePassUpdate, false, engine.Name() + " one-pass update");
   engine.Load(model.options.table, model.columns, model.rows);
   for (auto const& [text, what] :
@@ -357,18 +309,14 @@ void CheckVeldScripts(Model const& model) {
   refhost::Metadata& metadata = pmml.MutableModel().MutableMetadata();
   treeout_cli::DialectNames const names(metadata, treeout_cli::DialectNames::kVeld);
   metadata.MutableVariable(metadata.GetTargetIndex()).SetName("target_001");
+  std::vector<std::vector<std::string>> const csv = e2e::ParseCsv(e2e::ReadFile(model.dataPath));
+  treeout_cli::RecordReader const reader(pmml, csv.at(0));
   std::vector<std::vector<mdt_800::Variant>> records;
-  for (Row const& row : model.records) {
-    std::vector<mdt_800::Variant> values;
-    for (Cell const& cell : row) {
-      if (auto const* number = std::get_if<double>(&cell))
-        values.emplace_back(*number);
-      else if (auto const* text = std::get_if<std::string>(&cell))
-        values.emplace_back(*text);
-      else
-        values.emplace_back();
-    }
-    records.push_back(std::move(values));
+  for (std::size_t r = 1; r < csv.size(); ++r) {
+    refhost::Record const record = reader.Make(csv[r], static_cast<int>(r));
+    records.emplace_back();
+    for (std::size_t i = 1; i <= metadata.GetVariables().size(); ++i)
+      records.back().push_back(record[i]);
   }
   struct Script {
     std::string const* text;

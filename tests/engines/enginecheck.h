@@ -11,21 +11,21 @@
 
 namespace enginecheck {
 
-// A model and its records, as paths under the test data folder.
-struct ModelFiles {
-  char const* name;
-  char const* model;
-  char const* data;
-  bool onePassOnly = false;  // a tree too large for statements per leaf
-};
-inline void PrintTo(ModelFiles const& files, std::ostream* out) { *out << files.name; }
-
 // How the tool is asked for text, beyond `--dialect sql --table TABLE`.
 struct Options {
   std::string table = "records";   // created with exactly this name
   std::vector<std::string> flags;  // more `treeout rules` options, e.g. --quote-names always
   bool addColumns = false;         // the update script adds its own columns (--add-columns)
 };
+
+// A model and its records, as paths under the test data folder, and the
+// options its text is asked for with.
+struct ModelFiles {
+  std::string name, model, data;
+  bool onePassOnly = false;  // a tree too large for statements per leaf
+  Options options = {};
+};
+inline void PrintTo(ModelFiles const& files, std::ostream* out) { *out << files.name; }
 
 struct Score {
   std::string node, prediction, probability;  // as `treeout score` writes them
@@ -49,28 +49,24 @@ struct Model {
   std::string update;                   // `treeout rules --update`, every leaf
   std::string onePass, onePassUpdate;   // `treeout rules --one-pass`, select and update
   std::string onePassUnstaged;          // the select with --stage-depth none
-  // VELD: the model's file, the records (dates as date numbers), the whole
-  // update script and the one-pass script.
-  std::string modelPath;
-  std::vector<testsupport::Row> records;
+  // VELD: the model's and the records' files, the whole update script and
+  // the one-pass script.
+  std::string modelPath, dataPath;
   std::string veldUpdate, veldOnePass;
 };
 
-// The model of `files` with the tool's text for `options`, made once per
+// The model of `files` with the tool's text for its options, made once per
 // test program. A column is created under the variable's name, or under its
 // lower-case form when the tool writes the name unquoted (as PostgreSQL folds
 // an unquoted name, so that a table created by hand is found).
-Model const& Prepared(ModelFiles const& files, Options const& options);
+Model const& Prepared(ModelFiles const& files);
 
-// Every leaf's SELECT returns exactly the records scored at that leaf. (This
-// and the whole update scripts are left out for a one-pass-only model.)
-void CheckLeafSelections(testsupport::Engine& engine, Model const& model);
-
-// The whole update script, the one-pass SELECT and the one-pass UPDATE each
-// give every record the node, prediction and probability that scoring gives;
-// so does the unstaged SELECT, in the engines other than SQLite.
-void CheckUpdateScript(testsupport::Engine& engine, Model const& model);
-void CheckOnePass(testsupport::Engine& engine, Model const& model);
+// Every leaf's SELECT returns exactly the records scored at that leaf; the
+// whole update script, the one-pass SELECT and the one-pass UPDATE each give
+// every record the node, prediction and probability that scoring gives; so
+// does the unstaged SELECT, in the engines other than SQLite. (Statements per
+// leaf are left out for a one-pass-only model.)
+void CheckSql(testsupport::Engine& engine, Model const& model);
 
 // So do the VELD whole update script and the VELD one-pass script, run by
 // PSPP (skipped when PSPP is not installed).

@@ -2,12 +2,13 @@
 // cross block ends) without recursion, routes records to its deepest node,
 // and loads in time linear in its depth.
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "refhost/pmml/pmmlmodel.h"
+#include "pmmlcheck.h"
 #include "refhost/records.h"
 
 namespace {
@@ -48,7 +49,7 @@ double LoadSeconds(std::string const& path, int depth) {
 
 TEST(DeepTrees, AChainOf100000LevelsLoadsInLinearTime) {
   int const depth = 100000;
-  std::string const path = ::testing::TempDir() + "/chain.pmml";
+  std::string const path = pmmltest::TempPath("chain.pmml");
   std::string const text = Chain(depth);
   std::ofstream(path) << text;
   refhost::PmmlModel const model = refhost::LoadPmmlFile(path);
@@ -68,6 +69,7 @@ TEST(DeepTrees, AChainOf100000LevelsLoadsInLinearTime) {
   double const small = LoadSeconds(path, 5000);
   double const large = LoadSeconds(path, 50000);
   EXPECT_LT(large, 30 * small) << small << " s and " << large << " s";
+  std::remove(path.c_str());
 }
 
 }  // namespace

@@ -1,82 +1,39 @@
 // Scores every record of the third-party and trained models and compares the
 // node, prediction and probabilities with the answers published with them.
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <map>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "cli/csvreader.h"
 #include "cli/recordreader.h"
 #include "cli/scorer.h"
-#include "refhost/pmml/pmmlmodel.h"
+#include "pmmlcheck.h"
+#include "refhost/numbertext.h"
 
 namespace {
 
-using treeout_cli::CsvReader;
-
-struct Table {
-  std::vector<std::string> header;
-  std::vector<std::vector<std::string>> rows;
-  int Column(std::string const& name) const {
-    for (std::size_t i = 0; i < header.size(); ++i) {
-      if (header[i] == name) return static_cast<int>(i);
-    }
-    return -1;
-  }
-};
-
-Table ReadTable(std::string const& path) {
-  std::ifstream in(path);
-  EXPECT_TRUE(in) << path;
-  CsvReader csv(in);
-  Table table;
-  csv.Next(&table.header);
-  std::vector<std::string> row;
-  while (csv.Next(&row)) table.rows.push_back(row);
-  return table;
-}
-
 struct ModelCase {
   char const* name;
-  char const* model;
-  char const* data;      // records, with a header
-  char const* expected;  // null: the data file holds the answers
-  char const* nodeColumn;
-  char const* predictionColumn;
-  char const* probabilityPrefix;  // then the category text
+  char const* folder;             // under the test data; "" for external/NAME.xml
+  char const* probabilityPrefix;  // then the category text; null when not published
 };
 
+// External models carry their answers beside the records (NAME.expected.csv);
+// trained ones in expected.csv, with the node.
 ModelCase const kModels[] = {
-    {"AuditTree", "external/AuditTree.xml", "external/AuditTree.expected.csv", nullptr, nullptr,
-     "prediction", "Probability_"},
-    {"IrisTree", "external/IrisTree.xml", "external/IrisTree.expected.csv", nullptr, nullptr,
-     "prediction", "Probability_"},
-    {"single_audit_dectree", "external/single_audit_dectree.xml",
-     "external/single_audit_dectree.expected.csv", nullptr, nullptr, "prediction", nullptr},
-    {"single_iris_dectree", "external/single_iris_dectree.xml",
-     "external/single_iris_dectree.expected.csv", nullptr, nullptr, "prediction", nullptr},
-    {"rpart_cu_class", "trained/rpart_cu_class/model.pmml", "trained/rpart_cu_class/data.csv",
-     "trained/rpart_cu_class/expected.csv", "node_id", "prediction", "prob_"},
-    {"rpart_airq_reg_code99", "trained/rpart_airq_reg_code99/model.pmml",
-     "trained/rpart_airq_reg_code99/data.csv", "trained/rpart_airq_reg_code99/expected.csv",
-     "node_id", "prediction", nullptr},
-    {"rpart_solder_class", "trained/rpart_solder_class/model.pmml",
-     "trained/rpart_solder_class/data.csv", "trained/rpart_solder_class/expected.csv", "node_id",
-     "prediction", "prob_"},
-    {"sk_wine_class", "trained/sk_wine_class/model.pmml", "trained/sk_wine_class/data.csv",
-     "trained/sk_wine_class/expected.csv", "node_id", "prediction", "prob_"},
-    {"sk_synth_deep_class", "trained/sk_synth_deep_class/model.pmml",
-     "trained/sk_synth_deep_class/data.csv", "trained/sk_synth_deep_class/expected.csv", "node_id",
-     "prediction", "prob_"},
+    {"AuditTree", "", "Probability_"},
+    {"IrisTree", "", "Probability_"},
+    {"single_audit_dectree", "", nullptr},
+    {"single_iris_dectree", "", nullptr},
+    {"rpart_cu_class", "trained/", "prob_"},
+    {"rpart_airq_reg_code99", "trained/", nullptr},
+    {"rpart_solder_class", "trained/", "prob_"},
+    {"sk_wine_class", "trained/", "prob_"},
+    {"sk_synth_deep_class", "trained/", "prob_"},
 };
-
-std::string Data(char const* path) { return std::string(TREEOUT_TEST_DATA) + "/" + path; }
 
 bool SameNumber(std::string const& expected, double actual) {
-  double const e = std::strtod(expected.c_str(), nullptr);
+  double const e = refhost::ParseDouble(expected).value_or(NAN);
   return std::fabs(e - actual) <= 1e-9 * std::max(1.0, std::fabs(e));
 }
 
@@ -84,39 +41,39 @@ class ModelScores : public testing::TestWithParam<ModelCase> {};
 
 TEST_P(ModelScores, MatchPublishedAnswers) {
   ModelCase const& c = GetParam();
-  refhost::PmmlModel const model = refhost::LoadPmmlFile(Data(c.model));
-  Table const data = ReadTable(Data(c.data));
-  Table const expected = c.expected ? ReadTable(Data(c.expected)) : data;
-  ASSERT_EQ(expected.rows.size(), data.rows.size());
-  treeout_cli::RecordReader const reader(model, data.header);
+  std::string const data = std::string(TREEOUT_TEST_DATA) + "/";
+  bool const trained = *c.folder != '\0';
+  std::string const stem = trained ? data + c.folder + c.name + "/" : data + "external/" + c.name;
+  refhost::PmmlModel const model =
+      refhost::LoadPmmlFile(trained ? stem + "model.pmml" : stem + ".xml");
+  pmmltest::Table const records =
+      pmmltest::ReadTable(trained ? stem + "data.csv" : stem + ".expected.csv");
+  pmmltest::Table const expected = trained ? pmmltest::ReadTable(stem + "expected.csv") : records;
+  ASSERT_FALSE(records.rows.empty());
+  ASSERT_EQ(expected.rows.size(), records.rows.size());
+  treeout_cli::RecordReader const reader(model, records.header);
   treeout_cli::Scorer const scorer(model);
-  std::vector<std::string> categories;
-  for (auto const& field : model.Fields()) {
-    if (field.isTarget) categories = field.categories;
-  }
-  int const nodeColumn = c.nodeColumn ? expected.Column(c.nodeColumn) : -1;
-  int const predictionColumn = expected.Column(c.predictionColumn);
+  std::vector<std::string> const& categories = model.Target().categories;
+  int const nodeColumn = trained ? expected.Column("node_id") : -1;
+  int const predictionColumn = expected.Column("prediction");
   ASSERT_GE(predictionColumn, 0);
-  ASSERT_TRUE(c.nodeColumn == nullptr || nodeColumn >= 0);
+  ASSERT_TRUE(!trained || nodeColumn >= 0);
   int matched = 0;
-  int reported = 0;
-  for (std::size_t r = 0; r < data.rows.size(); ++r) {
+  for (std::size_t r = 0; r < records.rows.size(); ++r) {
     treeout_cli::Score const score =
-        scorer.ScoreRecord(reader.Make(data.rows[r], static_cast<int>(r) + 1));
+        scorer.ScoreRecord(reader.Make(records.rows[r], static_cast<int>(r) + 1));
     std::vector<std::string> const& want = expected.rows[r];
     std::ostringstream faults;
     if (nodeColumn >= 0 && want[nodeColumn] != score.node) {
       faults << " node " << score.node << " (want " << want[nodeColumn] << ")";
     }
     std::string const& wantPrediction = want[predictionColumn];
-    bool const numeric = categories.empty();
-    bool const predictionOk =
-        numeric ? (score.prediction &&
-                   SameNumber(wantPrediction, std::strtod(score.prediction->c_str(), nullptr)))
-                : score.prediction.value_or("") == wantPrediction;
-    if (!predictionOk)
-      faults << " prediction '" << score.prediction.value_or("(none)") << "' (want '"
-             << wantPrediction << "')";
+    std::string const prediction = score.prediction.value_or("(none)");
+    if (categories.empty()
+            ? !score.prediction || !SameNumber(wantPrediction, *refhost::ParseDouble(prediction))
+            : prediction != wantPrediction) {
+      faults << " prediction '" << prediction << "' (want '" << wantPrediction << "')";
+    }
     for (std::size_t k = 0; c.probabilityPrefix && k < categories.size(); ++k) {
       int const column = expected.Column(c.probabilityPrefix + categories[k]);
       if (column < 0 || k >= score.probabilities.size()) {
@@ -128,12 +85,11 @@ TEST_P(ModelScores, MatchPublishedAnswers) {
     }
     if (faults.str().empty()) {
       ++matched;
-    } else if (++reported <= 10) {
+    } else if (r - matched < 10) {
       ADD_FAILURE() << c.name << " row " << r + 1 << ":" << faults.str();
     }
   }
-  EXPECT_EQ(matched, static_cast<int>(data.rows.size()));
-  std::printf("%s: %d/%zu rows match\n", c.name, matched, data.rows.size());
+  EXPECT_EQ(matched, static_cast<int>(records.rows.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Published, ModelScores, testing::ValuesIn(kModels),

@@ -1,10 +1,14 @@
 #include "pmmlcheck.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <set>
 
+#include "cli/csvreader.h"
 #include "output/rulesoutputadapter.h"
 #include "refhost/dates.h"
 #include "refhost/numbertext.h"
@@ -15,8 +19,6 @@
 
 namespace pmmltest {
 namespace {
-
-refhost::Record MakeRecord(Values const& values) { return refhost::MakeRecord(values); }
 
 std::string Text(refhost::PmmlModel const& model, refhost::PmmlModel::Answer const& answer) {
   std::string text = std::to_string(answer.node);
@@ -31,23 +33,11 @@ tree_800::Node const* Stop(refhost::PmmlModel const& model, Values const& values
   std::unique_ptr<TreeOut_800::RecordClassifier> classifier(
       TreeOut_800::RuleFactory::CreateRecordClassifier(&model.GetModel().GetTree(),
                                                        &model.GetModel().GetMetadata()));
-  return classifier->Score(MakeRecord(values));
+  return classifier->Score(refhost::MakeRecord(values));
 }
 
-}  // namespace
-
-std::string Scored(refhost::PmmlModel const& model, Values const& values) {
-  tree_800::Node const* stop = Stop(model, values);
-  if (stop == nullptr) return "(none)";
-  return Text(model, model.Resolve(*stop, MakeRecord(values)));
-}
-
-std::string ByDocument(refhost::PmmlModel const& model, Values const& values) {
-  std::vector<double> const encoded =
-      refhost::EncodeRecord(model.GetModel().GetMetadata(), MakeRecord(values));
-  return Text(model, model.Evaluate(encoded.data()));
-}
-
+// The output numbers of the document nodes a record's route passes
+// through, its stop included.
 std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& values) {
   std::vector<unsigned int> route;
   for (tree_800::Node const* n = Stop(model, values); n != nullptr; n = n->GetParent()) {
@@ -55,6 +45,20 @@ std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& v
     if (std::find(route.begin(), route.end(), id) == route.end()) route.push_back(id);
   }
   return route;
+}
+
+}  // namespace
+
+std::string Scored(refhost::PmmlModel const& model, Values const& values) {
+  tree_800::Node const* stop = Stop(model, values);
+  if (stop == nullptr) return "(none)";
+  return Text(model, model.Resolve(*stop, refhost::MakeRecord(values)));
+}
+
+std::string ByDocument(refhost::PmmlModel const& model, Values const& values) {
+  std::vector<double> const encoded =
+      refhost::EncodeRecord(model.GetModel().GetMetadata(), refhost::MakeRecord(values));
+  return Text(model, model.Evaluate(encoded.data()));
 }
 
 std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
@@ -118,6 +122,25 @@ Values Parse(refhost::PmmlModel const& model, std::vector<std::string> const& te
     }
   }
   return values;
+}
+
+int Table::Column(std::string const& name) const {
+  auto const at = std::find(header.begin(), header.end(), name);
+  return at == header.end() ? -1 : static_cast<int>(at - header.begin());
+}
+
+Table ReadTable(std::string const& path) {
+  std::ifstream in(path);
+  EXPECT_TRUE(in) << path;
+  treeout_cli::CsvReader csv(in);
+  Table table;
+  csv.Next(&table.header);
+  for (std::vector<std::string> row; csv.Next(&row);) table.rows.push_back(row);
+  return table;
+}
+
+std::string TempPath(std::string const& name) {
+  return ::testing::TempDir() + "/treeout-" + std::to_string(getpid()) + "-" + name;
 }
 
 }  // namespace pmmltest

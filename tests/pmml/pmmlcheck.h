@@ -22,10 +22,6 @@ std::string Scored(refhost::PmmlModel const& model, Values const& values);
 // The same record by the document's predicates (the model keeps them).
 std::string ByDocument(refhost::PmmlModel const& model, Values const& values);
 
-// The output numbers of the document nodes a record's route passes through,
-// its stop included.
-std::vector<unsigned int> Route(refhost::PmmlModel const& model, Values const& values);
-
 // For every document node but the root, the library's text of the paths to
 // it and its copies, run in SQLite over `records`, against the records whose
 // route passes through it. Returns a description of each disagreement
@@ -36,5 +32,16 @@ std::vector<std::string> SqlDisagreements(refhost::PmmlModel& model,
 // Values from text: "" is missing; numbers for numeric and date fields
 // (dates as ISO text), the text itself for string fields.
 Values Parse(refhost::PmmlModel const& model, std::vector<std::string> const& texts);
+
+// A CSV file: its header and rows.
+struct Table {
+  std::vector<std::string> header;
+  std::vector<std::vector<std::string>> rows;
+  int Column(std::string const& name) const;  // -1 when absent
+};
+Table ReadTable(std::string const& path);
+
+// A path in the test temporary folder that no other test process uses.
+std::string TempPath(std::string const& name);
 
 }  // namespace pmmltest

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "pmmlcheck.h"
 #include "refhost/pmml/xmlreader.h"
 
 namespace {
@@ -72,7 +73,7 @@ TEST(XmlReader, TokensAcrossBlockEnds) {
       {"<b v=\"12\"/>", "<a>@1 <b v=12>@1 </b>@1 </a>@1"},
       {"x &amp; y", "<a>@1 'x & y'@1 </a>@1"},
   };
-  std::string const path = ::testing::TempDir() + "/blocks.xml";
+  std::string const path = pmmltest::TempPath("blocks.xml");
   for (BlockCase const& c : cases) {
     // The padding is an attribute's value, so no text comes before the token.
     std::string const text = "<a p=\"" + std::string(65534 - 8, '.') + "\">" + c.token + "</a>";
