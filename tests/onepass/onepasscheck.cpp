@@ -3,20 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
-#include <fstream>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <random>
 
-#include "../support/psppscript.h"
 #include "host/systemmissing.h"
 #include "refhost/builder.h"
 #include "refhost/dates.h"
 #include "refhost/numbertext.h"
-#include "ruletext/ruleexportoptions.h"
 #include "scoring/rulefactory.h"
 
 namespace onepasstest {
@@ -28,22 +23,6 @@ namespace {
 
 constexpr double kDay = 86400.0;
 constexpr double kDate = 13727923200.0;  // 2017-10-21
-
-// The split rules of a node, primary first; each owned by the caller.
-std::vector<std::unique_ptr<tree_800::SplitRule>> Rules(tree_800::Node const& node) {
-  std::vector<std::unique_ptr<tree_800::SplitRule>> rules;
-  if (node.GetNumSplitRules() > 0) rules.emplace_back(node.GetSplitRule(0));
-  for (int s = 0; s < node.GetNumSurrogates(); ++s) rules.emplace_back(node.GetSurrogate(s));
-  return rules;
-}
-
-void AddItems(mdt_800::EncodingSets const& sets, std::vector<Variant>* pool) {
-  for (auto const& set : sets.GetEncodingSetList()) {
-    for (mdt_800::EncodingItem const& item : set->GetItems()) {
-      if (!item.IsInfinity()) pool->push_back(item.GetValue());
-    }
-  }
-}
 
 }  // namespace
 
@@ -116,62 +95,6 @@ refhost::Model RandomModel(unsigned seed, int target) {
   return b.Build();
 }
 
-Records ProbeRecords(refhost::Model const& model, std::size_t count, unsigned seed) {
-  auto const& variables = model.GetMetadata().GetVariables();
-  std::vector<std::vector<Variant>> pools(variables.size(), std::vector<Variant>{Variant()});
-  double const inf = std::numeric_limits<double>::infinity();
-  for (tree_800::PrefixNodeIterator it(model.GetTree().GetRoot()); it.HasMore();) {
-    for (auto const& rule : Rules(*it.Next())) {
-      std::size_t const index = static_cast<std::size_t>(rule->GetPredictorIndex());
-      if (dynamic_cast<mdt_800::MapEncoder const*>(variables[index].GetEncoding())) continue;
-      // Values on each end of each child's range, and just beside it.
-      double const step = variables[index].IsDate() ? 1.0 : 0.0;
-      for (int child = 0; child < rule->GetNumChildren(); ++child) {
-        std::unique_ptr<tree_800::ValueSet> const set(rule->GetMappedValues(child));
-        if (auto const* codes = dynamic_cast<tree_800::NValueSet const*>(set.get())) {
-          std::unique_ptr<tree_800::ValueIterator> const code(codes->GetIterator());
-          while (code->HasMore()) pools[index].push_back(static_cast<double>(code->Next()));
-        }
-        auto const* range = dynamic_cast<tree_800::OValueSet const*>(set.get());
-        if (range == nullptr) continue;
-        for (bool lower : {true, false}) {
-          if (!(lower ? range->HasLowerBound() : range->HasUpperBound())) continue;
-          double const end = lower ? range->GetLowerBound() : range->GetUpperBound();
-          for (double to : {-inf, inf}) {
-            double beside = step > 0 ? end + (to > 0 ? step : -step) : std::nextafter(end, to);
-            // Beside zero, the smallest normal number: interpreters read
-            // subnormal numbers as zero or as missing.
-            if (std::fpclassify(beside) == FP_SUBNORMAL) beside = std::copysign(DBL_MIN, to);
-            pools[index].push_back(beside);
-          }
-          pools[index].push_back(end);
-        }
-      }
-    }
-  }
-  for (std::size_t i = 0; i < variables.size(); ++i) {
-    mdt_800::Encoder const* encoder = variables[i].GetEncoding();
-    if (&variables[i] == model.GetMetadata().GetTarget() || encoder == nullptr) continue;
-    if (auto const* categories = dynamic_cast<mdt_800::MapEncoder const*>(encoder)) {
-      for (int code : categories->EncodedValues()) AddItems(categories->Decode(code), &pools[i]);
-      bool const text = variables[i].GetStorageType() == mdt_800::Variable::STORAGE_STRING;
-      pools[i].push_back(text ? Variant("unseen") : Variant(12345.5));
-    }
-    if (mdt_800::MissingValues const* missing = encoder->GetMissingValues()) {
-      AddItems(*missing->GetEncodingSets(), &pools[i]);
-    }
-  }
-  std::mt19937 random(seed);
-  Records records(count);
-  for (auto& record : records) {
-    for (auto const& pool : pools) {
-      record.push_back(
-          pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(random)]);
-    }
-  }
-  return records;
-}
-
 NoPrediction BySettings(refhost::Model const& model, TreeOut_800::OnePassSettings const& settings) {
   int const stopMissing = settings.fnStopMissing;
   int const stopOther = settings.fnStopOther;
@@ -242,15 +165,10 @@ std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model 
   auto const& variables = model.GetMetadata().GetVariables();
   std::vector<testsupport::Column> columns;
   for (auto const& variable : variables) {
-    std::string name = variable.GetName();
-    if (name[0] == '"') {
-      name = name.substr(1, name.size() - 2);
-    } else {
-      for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
     bool const isText =
         variable.GetStorageType() == mdt_800::Variable::STORAGE_STRING || variable.IsDate();
-    columns.push_back({name, isText ? testsupport::Column::kText : testsupport::Column::kDouble});
+    columns.push_back(
+        {variable.GetName(), isText ? testsupport::Column::kText : testsupport::Column::kDouble});
   }
   std::vector<testsupport::Row> rows;
   for (auto const& record : records) {
@@ -356,21 +274,14 @@ void ExpectSameOutcomes(std::vector<Outcome> const& expected, std::vector<Outcom
   }
 }
 
-void RenameVariables(refhost::Model& model, int dialect) {
+void RenameForVeld(refhost::Model& model) {
   auto const& variables = model.GetMetadata().GetVariables();
   for (std::size_t i = 0; i < variables.size(); ++i) {
     std::string name = variables[i].GetName();
-    bool plain = !name.empty() && !std::isdigit(static_cast<unsigned char>(name[0]));
     for (char& c : name) {
-      bool const letter = std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-      plain = plain && letter;
-      if (dialect == TreeOut_800::DIALECT_VELD && !letter && c != '.') c = '_';
+      if (!std::isalnum(static_cast<unsigned char>(c)) && c != '_' && c != '.') c = '_';
     }
-    if (dialect == TreeOut_800::DIALECT_SQL && !plain) name = "\"" + name + "\"";
-    if (dialect == TreeOut_800::DIALECT_VELD &&
-        !std::isalpha(static_cast<unsigned char>(name[0]))) {
-      name = "v" + name;
-    }
+    if (!std::isalpha(static_cast<unsigned char>(name[0]))) name = "v" + name;
     model.MutableMetadata().MutableVariable(static_cast<int>(i)).SetName(name);
   }
 }

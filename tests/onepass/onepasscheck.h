@@ -1,5 +1,4 @@
-// What the one-pass checks share: random trees, probe records built from a
-// tree's own cuts and categories, the host's answer for each record (the
+// What the one-pass checks share: random trees, the host's answer for each record (the
 // oracle) and the comparison of an engine's answers with it.
 #pragma once
 
@@ -11,6 +10,7 @@
 #include "engine.h"
 #include "host/variant.h"
 #include "output/onepasswriter.h"
+#include "probes.h"
 #include "refhost/model.h"
 #include "refhost/pmml/pmmlmodel.h"
 #include "refhost/records.h"
@@ -24,11 +24,6 @@ using Records = std::vector<std::vector<mdt_800::Variant>>;
 // missing-value children, default children, and inner nodes where records
 // stop. Targets: 0 string classes, 1 numeric classes, 2 numbers, 3 dates.
 refhost::Model RandomModel(unsigned seed, int target);
-
-// Random records whose values lie on and beside every cut of the tree, and
-// are missing, user-missing, known or unknown categories; the target is
-// missing.
-Records ProbeRecords(refhost::Model const& model, std::size_t count, unsigned seed);
 
 // One record's answer: node number, prediction (without content when there
 // is none) and probability (NaN when there is none).
@@ -52,9 +47,8 @@ std::vector<Outcome> HostOutcomes(refhost::Model const& model, Records const& re
 
 // Loads `records` as the table "records" of `engine`, runs `text` there (with
 // "records" in place of "<TABLE>"; an UPDATE script when `update`, after the
-// three columns are added) and reads every record's answer. Columns are named
-// as the text writes the model's variables: a quoted name as it stands, a
-// bare one in lower case, as PostgreSQL folds it.
+// three columns are added) and reads every record's answer. The models'
+// variable names are lower case, as PostgreSQL folds bare names.
 std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model const& model,
                                     Records const& records, std::string text, bool update);
 
@@ -64,8 +58,8 @@ std::vector<Outcome> EngineOutcomes(testsupport::Engine& engine, refhost::Model 
 void ExpectSameOutcomes(std::vector<Outcome> const& expected, std::vector<Outcome> const& actual,
                         Records const& records, std::string const& what, double tolerance = 0);
 
-// Renames the model's variables as a tool does to make them safe in the
-// dialect: quoted SQL names, valid VELD names.
-void RenameVariables(refhost::Model& model, int dialect);
+// Renames the model's variables as the tool does to make them valid VELD
+// names.
+void RenameForVeld(refhost::Model& model);
 
 }  // namespace onepasstest

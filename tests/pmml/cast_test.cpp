@@ -75,7 +75,9 @@ TEST(Casts, CutOnACastSelectsTheDoublesWhoseCastPasses) {
       refhost::PmmlModel const model =
           refhost::LoadPmml(Document(toFloat ? "float" : "integer", op, cut));
       // An order test is one split (equality leaves its sibling two ranges).
-      if (std::string(op) != "equal") ASSERT_EQ(model.GetModel().GetTree().Size(), 3u);
+      if (std::string(op) != "equal") {
+        ASSERT_EQ(model.GetModel().GetTree().Size(), 3u);
+      }
       for (double m : turns) {
         for (double p : {std::nextafter(m, -INFINITY), m, std::nextafter(m, INFINITY)}) {
           double const cast = toFloat ? static_cast<float>(p) : RoundHalfUp(p);

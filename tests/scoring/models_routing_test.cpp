@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -51,8 +50,7 @@ void ExpectModel(std::string const& model, std::string const& data) {
   refhost::PmmlModel const pmml = refhost::LoadPmmlFile(model);
   std::vector<refhost::Record> records = ReadRecords(pmml, data);
   EXPECT_FALSE(records.empty()) << data;
-  std::mt19937 rng(5);
-  std::vector<refhost::Record> const probes = scoringtest::ProbeRecords(pmml.GetModel(), 2000, rng);
+  std::vector<refhost::Record> const probes = scoringtest::ProbeRecords(pmml.GetModel(), 2000, 5);
   records.insert(records.end(), probes.begin(), probes.end());
   scoringtest::ExpectHostRouting(pmml.GetModel(), records, model.c_str());
 }

@@ -1,9 +1,6 @@
-// Records that probe a tree's routing: each variable takes values on and
-// beside every bound its splits and user-missing ranges have, every category,
-// unseen values, no content, NaN, infinities and the system-missing number.
+// Where the classifier stops records, against the host's own record dropping.
 #pragma once
 
-#include <random>
 #include <vector>
 
 #include "refhost/model.h"
@@ -11,12 +8,8 @@
 
 namespace scoringtest {
 
-// Per variable of `model`, the values worth trying.
-std::vector<std::vector<mdt_800::Variant>> ProbeValues(refhost::Model const& model);
-
-// `count` records, each variable's value drawn from its probe values.
-std::vector<refhost::Record> ProbeRecords(refhost::Model const& model, int count,
-                                          std::mt19937& rng);
+// `count` probe records of `model` (tests/support/probes.h), for the host.
+std::vector<refhost::Record> ProbeRecords(refhost::Model const& model, int count, unsigned seed);
 
 // Checks that the classifier's Score and ScoreBatch stop every record where
 // the host's own record dropping does; `what` names the model in failures.

@@ -80,17 +80,6 @@ TEST(RecordClassifierTest, NoVariablesReadsNoRecordValue) {
   EXPECT_NE(classifier.GetDoubleRecord(empty), nullptr);
 }
 
-// Where records go is checked against the host on random trees
-// (compiledtree_test); here, that one buffer serves every record.
-TEST(RecordClassifierTest, ReusesOneBuffer) {
-  refhost::Model m = SampleModel();
-  RecordClassifierImp classifier(static_cast<tree_800::NodeImp const*>(m.GetTree().GetRoot()),
-                                 &m.GetMetadata());
-  double const* buffer = classifier.GetDoubleRecord(refhost::MakeRecord({25.0, "x", 1.0, "low"}));
-  EXPECT_EQ(classifier.GetDoubleRecord(refhost::MakeRecord({Variant(), "w", 99.0, "high"})),
-            buffer);
-}
-
 TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
   refhost::Model m = SampleModel();
   RulesNodeSelection selection;
@@ -100,18 +89,13 @@ TEST(RecordClassifierTest, ClassifyTellsWhetherASelectedNodeIsReached) {
   ASSERT_EQ(selection.EnumerateNodes().size(), 2u) << "the caller's selection is synchronised";
   EXPECT_EQ(selection.EnumerateNodes()[0].first, m.Find(4));
 
-  struct Case {
-    std::vector<Variant> values;
-    int expected;
-  };
-  Case const cases[] = {
-      {{25.0, "y", 0.0, "low"}, 0},       // node 4
-      {{35.0, "x", 0.0, "low"}, 0},       // node 2
-      {{25.0, "x", 0.0, "low"}, 1},       // node 3
-      {{Variant(), "y", 0.0, "low"}, 1},  // stops at the root: no rule places it
-  };
-  for (Case const& c : cases) {
-    EXPECT_EQ(classifier->Classify(refhost::MakeRecord(c.values)), c.expected);
+  // Nodes 4 and 2 are selected; node 3 is not, and no rule places a record
+  // that stops at the root.
+  for (auto const& [values, expected] : {std::pair{std::vector<Variant>{25.0, "y", 0.0, "low"}, 0},
+                                         {{35.0, "x", 0.0, "low"}, 0},
+                                         {{25.0, "x", 0.0, "low"}, 1},
+                                         {{Variant(), "y", 0.0, "low"}, 1}}) {
+    EXPECT_EQ(classifier->Classify(refhost::MakeRecord(values)), expected);
   }
 
   std::unique_ptr<RecordClassifier> unrestricted = Make(m);
@@ -128,6 +112,10 @@ TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
   selection.AddNode(m.Find(2), 20);
   selection.AddNode(m.Find(4), 40);
   std::unique_ptr<RecordClassifier> classifier = Make(m, &selection);
+  // Later changes to the selection do not reach a classifier made from it.
+  selection.AddNode(m.Find(1), 10);
+  selection.Synchronize(&m.GetTree());
+  EXPECT_EQ(classifier->Classify(refhost::MakeRecord({25.0, "x", 0.0, "low"})), 1);
   // A second drop would throw: the record reaches node 2, the first entry.
   refhost::FaultGuard guard("DropObservationThroughTree", 2);
   EXPECT_EQ(classifier->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), 0);
@@ -140,16 +128,6 @@ TEST(RecordClassifierTest, ClassifyStopsAtTheFirstSelectedNodeReached) {
   std::unique_ptr<RecordClassifier> other = Make(m, &reversed);
   refhost::FaultGuard again("DropObservationThroughTree", 2);
   EXPECT_THROW(other->Classify(refhost::MakeRecord({35.0, "x", 0.0, "low"})), std::runtime_error);
-}
-
-TEST(RecordClassifierTest, LaterSelectionChangesDoNotReachTheClassifier) {
-  refhost::Model m = SampleModel();
-  RulesNodeSelection selection;
-  selection.AddNode(m.Find(2), 20);
-  std::unique_ptr<RecordClassifier> classifier = Make(m, &selection);
-  selection.AddNode(m.Find(1), 10);
-  selection.Synchronize(&m.GetTree());
-  EXPECT_EQ(classifier->Classify(refhost::MakeRecord({25.0, "x", 0.0, "low"})), 1);
 }
 
 // A classifier of another make that only has Score: the default ScoreBatch
