@@ -148,8 +148,6 @@ bool PmmlModel::IsAdded(unsigned int hostId) const {
   return info != nullptr && info->role != NodeInfo::kDocument;
 }
 
-unsigned int PmmlModel::DocumentNode(unsigned int hostId) const { return OutputId(hostId); }
-
 std::optional<double> PmmlModel::RecordCount(unsigned int hostId) const {
   NodeInfo const* info = Info(hostId);
   if (info == nullptr || info->recordCount < 0) return std::nullopt;

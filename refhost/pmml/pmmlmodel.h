@@ -118,9 +118,6 @@ class PmmlModel {
   // a compound predicate, or a copy of a document node that the compound
   // reaches by a second route.
   bool IsAdded(unsigned int hostId) const;
-  // The host id of the document node an added node stands for (a document
-  // node's own id for a document node).
-  unsigned int DocumentNode(unsigned int hostId) const;
   // The host nodes that an output number stands for, given as text ("7"):
   // the document node, then its copies; empty when no document node has
   // that number (an added test node answers to none).

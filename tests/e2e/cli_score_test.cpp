@@ -212,4 +212,22 @@ TEST(DeepTree, HundredThousandLevels) {
   EXPECT_EQ(score.out, "node,prediction\n1,0\n13,6\n199999,99999\n200000,100000\n");
 }
 
+// The outline writes each range with its open and closed ends, and a copy of
+// a document node that a compound's test reaches by a second route as added.
+TEST(Outline, RangeEndsAndAddedCopies) {
+  std::string const model = e2e::WriteFile(
+      "range.pmml",
+      R"(<PMML version="4.4"><DataDictionary><DataField name="x" optype="continuous" dataType="double"/>)"
+      R"(<DataField name="y" optype="continuous" dataType="double"/></DataDictionary>)"
+      R"(<TreeModel functionName="regression"><MiningSchema><MiningField name="x"/>)"
+      R"(<MiningField name="y" usageType="target"/></MiningSchema><Node id="0" score="0"><True/>)"
+      R"(<Node id="1" score="1"><CompoundPredicate booleanOperator="and">)"
+      R"(<SimplePredicate field="x" operator="greaterThan" value="1"/>)"
+      R"(<SimplePredicate field="x" operator="lessOrEqual" value="5"/></CompoundPredicate></Node>)"
+      R"(<Node id="2" score="2"><True/></Node></Node></TreeModel></PMML>)");
+  EXPECT_EQ(Treeout({"show", model}).out,
+            "model (unnamed), 4 nodes\n0  predict 0\n  2  x <= 1 or missing  predict 2\n"
+            "  1  1 < x <= 5  predict 1\n  2 (added)  x > 5  predict 2\n");
+}
+
 }  // namespace
