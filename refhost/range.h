@@ -27,6 +27,18 @@ struct Range {
     return Range(lower, true, lowerOpen, upper, true, upperOpen);
   }
 
+  // The lower end of `lowerOf` and the upper end of `upperOf`.
+  static Range Spanning(Range const& lowerOf, Range const& upperOf) {
+    Range r;
+    r.hasLower = lowerOf.hasLower;
+    r.lower = lowerOf.lower;
+    r.lowerOpen = lowerOf.lowerOpen;
+    r.hasUpper = upperOf.hasUpper;
+    r.upper = upperOf.upper;
+    r.upperOpen = upperOf.upperOpen;
+    return r;
+  }
+
   bool Contains(double x) const {
     bool const aboveLower = !hasLower || (lowerOpen ? x > lower : x >= lower);
     bool const belowUpper = !hasUpper || (upperOpen ? x < upper : x <= upper);

@@ -44,17 +44,6 @@ bool Touch(Range const& a, Range const& b) {
   return !a.upperOpen || !b.lowerOpen;
 }
 
-Range Between(Range const& lowerOf, Range const& upperOf) {
-  Range r = Range::All();
-  r.hasLower = lowerOf.hasLower;
-  r.lower = lowerOf.lower;
-  r.lowerOpen = lowerOf.lowerOpen;
-  r.hasUpper = upperOf.hasUpper;
-  r.upper = upperOf.upper;
-  r.upperOpen = upperOf.upperOpen;
-  return r;
-}
-
 IntervalSet Normalized(std::vector<Range> ranges) {
   std::vector<Range> kept;
   for (Range const& r : ranges) {
@@ -65,7 +54,7 @@ IntervalSet Normalized(std::vector<Range> ranges) {
   for (Range const& r : kept) {
     if (!out.ranges.empty() && Touch(out.ranges.back(), r)) {
       Range& last = out.ranges.back();
-      if (UpperAfter(r, last)) last = Between(last, r);
+      if (UpperAfter(r, last)) last = Range::Spanning(last, r);
     } else {
       out.ranges.push_back(r);
     }

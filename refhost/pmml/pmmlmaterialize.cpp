@@ -93,13 +93,7 @@ void Construction::AddRules(TreeNode& node, Rule const& rule, int slots, bool pr
     if (runs[s].empty()) continue;
     Range const& lo = fc.pieces[runs[s].front().first];
     Range const& hi = fc.pieces[runs[s].back().second];
-    Range r = Range::All();
-    r.hasLower = lo.hasLower;
-    r.lower = lo.lower;
-    r.lowerOpen = lo.lowerOpen;
-    r.hasUpper = hi.hasUpper;
-    r.upper = hi.upper;
-    r.upperOpen = hi.upperOpen;
+    Range const r = Range::Spanning(lo, hi);
     ranges[s] = def.hasUserMissing ? CodeSpace(Writable(r)) : Writable(r);
   }
   add(std::make_unique<OrdinalSplit>(def.index, std::move(ranges), missing));
